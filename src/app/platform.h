@@ -1,0 +1,33 @@
+// The seam to the machine: every shell command, wait, clock reading and path of the system passes here.
+//
+// Declared once and defined twice: platform.cpp is the real thing and goes into the program,
+// tests/support/fake_platform.cpp records and goes into the unit tests. The linker chooses.
+#pragma once
+
+#include <Poco/Timestamp.h>
+
+#include <string>
+
+namespace quendal::platform {
+
+/// Runs `command` with /bin/sh and waits for it.
+///
+/// The child starts with default signal handling, an empty signal mask and none of this process's
+/// descriptors but the three standard ones, so that a daemon which the command leaves behind can be
+/// stopped and holds no port of ours. Any thread may call it; calls do not wait for each other.
+///
+/// Returns what system() returns: the wait status (0 after success, exit status * 256 after a plain
+/// failure), or -1 when no child could be started.
+int runShell(const std::string& command);
+
+/// Blocks the calling thread for `milliseconds`; nothing shortens it.
+void sleepMs(long milliseconds);
+
+/// The wall clock, UTC.
+Poco::Timestamp now();
+
+/// The path under which the system's own file `path` (absolute, as in "/sys/class/net/eth0/carrier")
+/// is found: `path` itself in the program, a file below a temporary directory in the unit tests.
+std::string systemPath(const std::string& path);
+
+}  // namespace quendal::platform

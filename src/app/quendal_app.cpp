@@ -1,0 +1,118 @@
+#include "app/quendal_app.h"
+
+#include "app/console.h"
+#include "app/error_stream_channel.h"
+#include "app/shared_state.h"
+#include "app/startup_config.h"
+#include "ipc/semaphore_table.h"
+#include "maintenance/main_task.h"
+#include "multicast/mc_task.h"
+#include "transfer/data_task.h"
+#include "video/video_mc_watch_task.h"
+
+#include <Poco/TaskManager.h>
+#include <Poco/Util/HelpFormatter.h>
+#include <Poco/Util/Option.h>
+#include <Poco/Util/OptionCallback.h>
+
+#include <cstdlib>
+#include <iostream>
+
+namespace quendal {
+
+using Poco::Util::HelpFormatter;
+using Poco::Util::Option;
+using Poco::Util::OptionCallback;
+using Poco::Util::OptionSet;
+
+namespace {
+
+// Never freed: the tasks may read them for as long as the process lives.
+void createStartTimes() {
+  shared::startTimestamp = new Poco::Timestamp;
+  shared::cycleTimestamp = new Poco::Timestamp;
+  shared::startDateTime = new Poco::DateTime(Poco::Timestamp());
+}
+
+// No task runs and no destructor has work to do yet, so the process may simply end.
+void exitIfFailed(int status) {
+  if (status != 0) {
+    std::exit(status);  // NOLINT(concurrency-mt-unsafe)
+  }
+}
+
+}  // namespace
+
+QuendalApp::QuendalApp() {
+  ErrorStreamChannel::install();
+}
+
+void QuendalApp::initialize(Poco::Util::Application& self) {
+  loadConfiguration();
+  Poco::Util::ServerApplication::initialize(self);
+}
+
+void QuendalApp::uninitialize() {
+  Poco::Util::ServerApplication::uninitialize();
+}
+
+void QuendalApp::defineOptions(OptionSet& options) {
+  ServerApplication::defineOptions(options);
+  options.addOption(Option("help", "h", "display help information on command line arguments")
+                        .required(false)
+                        .repeatable(false)
+                        .callback(OptionCallback<QuendalApp>(this, &QuendalApp::handleHelp)));
+  options.addOption(Option("version", "v", "display binary/assembly version number")
+                        .required(false)
+                        .repeatable(false)
+                        .callback(OptionCallback<QuendalApp>(this, &QuendalApp::handleVersion)));
+}
+
+void QuendalApp::handleHelp(const std::string& /*name*/, const std::string& /*value*/) {
+  helpRequested = true;
+  HelpFormatter formatter(options());
+  formatter.setCommand(commandName());
+  formatter.setUsage("OPTIONS");
+  formatter.setHeader("Quendal_L app/service");
+  formatter.format(std::cout);
+  stopOptionsProcessing();
+}
+
+void QuendalApp::handleVersion(const std::string& /*name*/, const std::string& /*value*/) {
+  helpRequested = true;
+  console::line(std::string("Quendal_L version:") + kVersion + "\n");
+  stopOptionsProcessing();
+}
+
+int QuendalApp::main(const ArgVec& /*arguments*/) {
+  if (helpRequested) {
+    exitIfFailed(kExitAfterInformation);
+  }
+  console::line(std::string("Quendal for Linux: V_") + kVersion + "\n");
+  createStartTimes();
+  exitIfFailed(loadStartupConfig());
+  loadSemaphoreIds();
+  runTasks();
+  return EXIT_OK;
+}
+
+void QuendalApp::runTasks() {
+  Poco::TaskManager tasks;
+  // Created before any task is started: its constructor gives the flags their start values.
+  auto* mainTask = new MainTask;
+  tasks.start(mainTask);
+  tasks.start(new McTask);
+  tasks.start(new DataTask);
+  tasks.start(new VideoMcWatchTask);
+  tasks.start(new VideoMcWatchInitTask);
+
+  waitForTerminationRequest();
+
+  shared::stopReq = true;
+  shared::dataStopReq = true;
+  shared::auxStopReq = true;
+  tasks.cancelAll();
+  tasks.joinAll();
+}
+
+}  // namespace quendal

@@ -1,0 +1,72 @@
+#include "transfer/connection_acceptor.h"
+
+#include "app/console.h"
+#include "app/platform.h"
+#include "transfer/data_service_handler.h"
+
+#include <Poco/Exception.h>
+#include <Poco/Logger.h>
+#include <Poco/NObserver.h>
+#include <Poco/Util/Application.h>
+
+#include <sys/resource.h>
+
+namespace quendal {
+
+using Poco::Net::ReadableNotification;
+using AcceptObserver = Poco::NObserver<ConnectionAcceptor, ReadableNotification>;
+
+namespace {
+
+// Descriptors kept free for the other tasks: carrier and configuration files, the file being
+// received, the multicast answer, the video capture.
+constexpr int kReservedDescriptors = 24;
+constexpr long kFailedAcceptWaitMs = 100;
+
+// The kernel hands out the lowest free number, so a high one says that nearly all are in use.
+bool usesReserve(int descriptor) {
+  rlimit limit{};
+  return getrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY &&
+         static_cast<rlim_t>(descriptor) + kReservedDescriptors >= limit.rlim_cur;
+}
+
+void logWarning(const std::string& text) {
+  Poco::Util::Application::instance().logger().warning(text);
+}
+
+}  // namespace
+
+ConnectionAcceptor::ConnectionAcceptor(const Poco::Net::ServerSocket& socket, DataReactor& reactor)
+    : socket_(socket), reactor_(reactor) {
+  reactor_.addEventHandler(socket_, AcceptObserver(*this, &ConnectionAcceptor::onConnection));
+}
+
+ConnectionAcceptor::~ConnectionAcceptor() {
+  try {
+    reactor_.removeEventHandler(socket_, AcceptObserver(*this, &ConnectionAcceptor::onConnection));
+  } catch (const std::exception& failure) {
+    console::failure("ConnectionAcceptor: Exception Met!", failure);
+  }
+}
+
+void ConnectionAcceptor::onConnection(const Poco::AutoPtr<ReadableNotification>& /*notification*/) {
+  Poco::Net::StreamSocket connection;
+  try {
+    connection = socket_.acceptConnection();
+  } catch (const Poco::Exception& failure) {
+    logWarning("No connection can be accepted: " + failure.displayText());
+    platform::sleepMs(kFailedAcceptWaitMs);
+    return;
+  }
+  if (usesReserve(connection.impl()->sockfd())) {
+    logWarning("Too many connections, the newest is closed");
+    return;
+  }
+  try {
+    new DataServiceHandler(connection, reactor_);  // owned by the reactor: deletes itself at its shutdown
+  } catch (const Poco::Exception& failure) {
+    logWarning("A connection was lost before it was served: " + failure.displayText());
+  }
+}
+
+}  // namespace quendal

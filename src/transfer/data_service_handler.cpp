@@ -1,0 +1,156 @@
+#include "transfer/data_service_handler.h"
+
+#include "app/console.h"
+#include "app/shared_state.h"
+#include "transfer/byte_order.h"
+#include "transfer/lcd_packet.h"
+
+#include <Poco/Logger.h>
+#include <Poco/NObserver.h>
+#include <Poco/Util/Application.h>
+
+namespace quendal {
+
+using Poco::Net::ReadableNotification;
+using Poco::Net::ShutdownNotification;
+using ReadableObserver = Poco::NObserver<DataServiceHandler, ReadableNotification>;
+using ShutdownObserver = Poco::NObserver<DataServiceHandler, ShutdownNotification>;
+
+namespace {
+
+constexpr unsigned kElementsWithCommandStatus = 2;
+constexpr unsigned kElementsWithFile = 3;
+
+void logConnectionEvent(const std::string& text) {
+  Poco::Util::Application::instance().logger().information(text);
+}
+
+}  // namespace
+
+DataServiceHandler::DataServiceHandler(const Poco::Net::StreamSocket& accepted, DataReactor& dispatcher)
+    : socket(accepted),
+      reactor(dispatcher),
+      peer(socket.peerAddress().toString()),
+      reader(socket, shared::dataStopReq) {
+  logConnectionEvent("Connection from " + peer);
+  const ReadableObserver readable(*this, &DataServiceHandler::onReadable);
+  reactor.addEventHandler(socket, readable);
+  try {
+    reactor.addEventHandler(socket, ShutdownObserver(*this, &DataServiceHandler::onShutdown));
+  } catch (...) {
+    reactor.removeEventHandler(socket, readable);
+    throw;
+  }
+}
+
+DataServiceHandler::~DataServiceHandler() {
+  try {
+    logConnectionEvent("Disconnecting " + peer);
+    reactor.removeEventHandler(socket, ReadableObserver(*this, &DataServiceHandler::onReadable));
+    reactor.removeEventHandler(socket, ShutdownObserver(*this, &DataServiceHandler::onShutdown));
+  } catch (const std::exception& failure) {
+    console::failure("DataServiceHandler: Exception Met!", failure);
+  }
+}
+
+void DataServiceHandler::onReadable(const Poco::AutoPtr<ReadableNotification>& /*notification*/) {
+  if (reactor.isClosing()) {
+    return;
+  }
+  const unsigned code = readPacket();
+  if (code == 0) {
+    return;
+  }
+  reactor.removeEventHandler(socket, ReadableObserver(*this, &DataServiceHandler::onReadable));
+  console::line("Data TCP port read err, Err RC:" + std::to_string(code));
+  shared::dataReinitReq = true;
+  reactor.awaitClose();
+}
+
+void DataServiceHandler::onShutdown(const Poco::AutoPtr<ShutdownNotification>& /*notification*/) {
+  delete this;
+}
+
+unsigned DataServiceHandler::readPacket() {
+  if (const unsigned code = DataProcHeader(); code != 0) {
+    return code;
+  }
+  if (shared::dataRxRecord.elementCount < kElementsWithCommandStatus) {
+    return 0;
+  }
+  if (const unsigned code = DataRxCmdStatus(); code != 0) {
+    return code;
+  }
+  if (shared::dataRxRecord.elementCount != kElementsWithFile) {
+    return 0;
+  }
+  const unsigned result = DataRxFileElement();
+  return result == 0 ? 0 : kFileElementErrorBase + result;
+}
+
+unsigned DataServiceHandler::DataProcHeader() {
+  LcdPacketRecord& record = shared::dataRxRecord;
+  const std::span<std::byte> raw(record.rawHeader);
+  const Deadline deadline(kElementTimeout);
+
+  if (const unsigned code = readStage(kHeaderLengthStage, raw.first(kLengthFieldSize), deadline); code != 0) {
+    return code;
+  }
+  const std::uint32_t length = readU32(raw, 0);
+  if (isHeaderLengthValid(length)) {
+    record.headerLength = length;
+    const auto rest = raw.subspan(kLengthFieldSize, length - kLengthFieldSize);
+    if (const unsigned code = readStage(kHeaderStage, rest, deadline); code != 0) {
+      return code;
+    }
+    takeHeaderFields(*decodeHeader(raw), record);
+    if (record.sigWord == kSigWord) {
+      return 0;
+    }
+  }
+  console::line("DataProcHeader:Error Network packet format detected,disconnecting...");
+  return kHeaderFormatError;
+}
+
+unsigned DataServiceHandler::DataRxCmdStatus() {
+  LcdPacketRecord& record = shared::dataRxRecord;
+  const std::span<std::byte> raw(record.rawCommandStatus);
+  const Deadline deadline(kElementTimeout);
+
+  if (const unsigned code = readStage(kCommandStatusLengthStage, raw.first(kLengthFieldSize), deadline); code != 0) {
+    return code;
+  }
+  const std::uint32_t length = readU32(raw, 0);
+  if (isCommandStatusLengthValid(length)) {
+    record.commandStatusLength = length;
+    const auto rest = raw.subspan(kLengthFieldSize, length - kLengthFieldSize);
+    if (const unsigned code = readStage(kCommandStatusStage, rest, deadline); code != 0) {
+      return code;
+    }
+    const CommandStatus status = *decodeCommandStatus(raw);
+    record.commandCode = status.commandCode;
+    if (isStatusKindValid(status.statusKind)) {
+      return 0;
+    }
+  }
+  console::line("DataRxCmdStatus:Error Network packet format detected,disconnecting...");
+  return kCommandStatusFormatError;
+}
+
+unsigned DataServiceHandler::readStage(const ReadStage& stage, std::span<std::byte> bytes, const Deadline& deadline) {
+  try {
+    if (reader.readExactly(bytes, deadline) == ReadResult::kComplete) {
+      return 0;
+    }
+    console::line(stage.closedMessage);
+    return stage.closedCode;
+  } catch (const Poco::Exception& failure) {
+    console::failure(stage.exceptionHeading, failure);
+    if (stage.closedMessageAfterException) {
+      console::line(stage.closedMessage);
+    }
+    return stage.exceptionCode;
+  }
+}
+
+}  // namespace quendal

@@ -1,0 +1,156 @@
+// The file element: DataServiceHandler's reception of a file and of what its name asks for.
+
+#include "app/console.h"
+#include "app/platform.h"
+#include "app/shared_state.h"
+#include "ipc/semaphore_table.h"
+#include "transfer/byte_order.h"
+#include "transfer/control_files.h"
+#include "transfer/data_service_handler.h"
+#include "transfer/lcd_packet.h"
+#include "transfer/received_file.h"
+
+#include <Poco/DateTime.h>
+#include <Poco/Exception.h>
+
+#include <algorithm>
+#include <fstream>
+
+namespace quendal {
+namespace {
+
+// The display application needs this long to let go of what it shows before a transfer counts as over.
+constexpr std::chrono::milliseconds kTransferEndWait{5000};
+constexpr long kFailedTransferWaitMs = 5000;
+constexpr long kRebootWaitMs = 3000;
+
+// Relative to the working directory, beside ../Work and ../Dest.
+constexpr const char* kArchiveLogPath = "../LogZipTmp.dat";
+
+// A log that cannot be opened or written costs its line and nothing else.
+void appendArchiveLog(const std::string& fileName) {
+  std::ofstream log(kArchiveLogPath, std::ios::binary | std::ios::app);
+  log << archiveLogLine(Poco::DateTime(platform::now()), fileName);
+}
+
+}  // namespace
+
+unsigned DataServiceHandler::DataRxFileElement() {
+  LcdPacketRecord& record = shared::dataRxRecord;
+  Deadline deadline(kElementTimeout);
+  if (const unsigned code = readFileName(deadline); code != 0) {
+    return code;
+  }
+  console::line("DataRxFileElement,fileAsciiName:" + record.fileName);
+  applyControlEffects(deadline);
+  const std::string& directory = shared::dontCareMode ? shared::tempDestDir : shared::targetRootDir;
+  record.filePath = directory + "/" + record.fileName;
+
+  std::array<std::byte, kLengthFieldSize> dataLength{};
+  if (const unsigned code = readStage(kDataLengthStage, dataLength, deadline); code != 0) {
+    return code;
+  }
+  try {
+    if (storeFileData(directory, readU32(dataLength, 0))) {
+      rebootIfAsked();
+    }
+  } catch (const std::exception& failure) {
+    console::failure("DataRxFileElement<pos:3>:: Exception Met!", failure);
+    platform::sleepMs(kFailedTransferWaitMs);
+    postIpcSemaphore(kRxComplete);  // the display must be released after a failed transfer, too
+    return kStoreError;
+  }
+  return 0;
+}
+
+// Reads the element's head and its name into the record.
+unsigned DataServiceHandler::readFileName(Deadline& deadline) {
+  std::array<std::byte, kFileElementHeadSize> head{};
+  if (const unsigned code = readStage(kFileHeadStage, head, deadline); code != 0) {
+    return code;
+  }
+  const std::size_t length = *decodeFileNameLength(head);
+  LcdPacketRecord& record = shared::dataRxRecord;
+  if (length > kMaxFileNameLength) {
+    console::failure(kFileNameStage.exceptionHeading,
+                     Poco::DataFormatException("a file name of " + std::to_string(length) + " bytes, at most " +
+                                               std::to_string(kMaxFileNameLength) + " fit"));
+    return kFileNameStage.exceptionCode;
+  }
+  const std::span<char> name = std::span(record.fileNameBuffer).first(length);
+  if (const unsigned code = readStage(kFileNameStage, std::as_writable_bytes(name), deadline); code != 0) {
+    return code;
+  }
+  record.fileNameBuffer.at(length) = '\0';
+  record.fileName.assign(name.begin(), name.end());
+  return 0;
+}
+
+// What the name asks for as soon as it is known, before any of the file's data has been read: the
+// wait at the end of a transfer holds this thread with the rest of the element still unread.
+void DataServiceHandler::applyControlEffects(Deadline& deadline) {
+  const std::string& name = shared::dataRxRecord.fileName;
+  const ControlEffects effects = controlEffectsOf(name);
+  if (effects.enterNormalMode) {
+    shared::dontCareMode = false;
+  }
+  if (effects.enterDontCareMode) {
+    shared::dontCareMode = true;
+    postIpcSemaphore(kStart2RxDontCare);
+  }
+  if (effects.endTransfer) {
+    if (!shared::dontCareMode) {
+      postIpcSemaphore(kStart2Rx);
+    }
+    platform::sleepMs(kTransferEndWait.count());
+    deadline.extend(kTransferEndWait);
+    postIpcSemaphore(kRxComplete);
+  }
+  if (effects.logArchive) {
+    appendArchiveLog(name);
+  }
+}
+
+// Reads the data into the file; false when the peer closed the connection before the last byte (the
+// file stays as far as it came).
+bool DataServiceHandler::storeFileData(const std::string& directory, std::uint32_t dataLength) {
+  ReceivedFile file(directory, shared::dataRxRecord.fileName);
+
+  // A big file may take as long as it needs, but each 1024 bytes of it must come within the element's
+  // time: a peer that trickles single bytes does not hold the service.
+  const std::span<std::byte> buffer(shared::fileChunkBuffer);
+  Deadline deadline(kElementTimeout);
+  std::size_t sinceDeadline = 0;
+  std::uint32_t remaining = dataLength;
+  while (remaining > 0) {
+    const std::size_t count = reader.readSome(buffer.first(std::min<std::size_t>(remaining, buffer.size())), deadline);
+    if (count == 0) {
+      file.close();
+      return false;
+    }
+    file.write(buffer.first(count));
+    remaining -= static_cast<std::uint32_t>(count);
+    sinceDeadline += count;
+    if (sinceDeadline >= buffer.size()) {
+      deadline = Deadline(kElementTimeout);
+      sinceDeadline = 0;
+    }
+  }
+  file.close();
+  return true;
+}
+
+void DataServiceHandler::rebootIfAsked() {
+  const std::string lower = asciiLowerCase(shared::dataRxRecord.fileName);
+  std::copy_n(lower.c_str(), lower.size() + 1, nameScratch.begin());
+  if (!isRebootRequest(nameScratch.data())) {
+    return;
+  }
+  platform::runShell("sudo sync");
+  console::write("\nGoing to reboot device......\n");
+  platform::sleepMs(kRebootWaitMs);
+  postIpcSemaphore(kRxComplete);
+  platform::runShell("sudo systemctl reboot -i");
+}
+
+}  // namespace quendal

@@ -1,0 +1,116 @@
+#include "transfer/lcd_packet.h"
+
+#include "transfer/byte_order.h"
+
+namespace quendal {
+namespace {
+
+constexpr std::size_t kPacketMarkOffset = 4;
+constexpr std::size_t kElementCountOffset = 6;
+constexpr std::size_t kReservedOffset = 7;
+constexpr std::size_t kRequestWordAOffset = 8;
+constexpr std::size_t kRequestWordBOffset = 12;
+constexpr std::size_t kSigWordOffset = 16;
+
+constexpr std::size_t kStatusKindOffset = 4;
+constexpr std::size_t kCommandCodeOffset = 6;
+constexpr std::size_t kUnitNoOffset = 10;
+constexpr std::size_t kColumnNoOffset = 12;
+constexpr std::size_t kGroupNoOffset = 14;
+
+constexpr std::size_t kNameLengthOffset = 8;
+
+}  // namespace
+
+bool isHeaderLengthValid(std::uint32_t length) {
+  return length >= kHeaderSize && length <= kMaxHeaderLength;
+}
+
+bool isCommandStatusLengthValid(std::uint32_t length) {
+  return length >= kCommandStatusMinSize && length <= kMaxCommandStatusLength;
+}
+
+bool isStatusKindValid(std::uint16_t kind) {
+  return kind == 1 || kind == 2;
+}
+
+std::optional<LcdHeader> decodeHeader(std::span<const std::byte> bytes) {
+  if (bytes.size() < kHeaderSize) {
+    return std::nullopt;
+  }
+  return LcdHeader{.headerLength = readU32(bytes, 0),
+                   .packetMark = readU16(bytes, kPacketMarkOffset),
+                   .elementCount = std::to_integer<std::uint8_t>(bytes[kElementCountOffset]),
+                   .requestWordA = readU32(bytes, kRequestWordAOffset),
+                   .requestWordB = readU32(bytes, kRequestWordBOffset),
+                   .sigWord = readU32(bytes, kSigWordOffset)};
+}
+
+bool encodeHeader(const LcdHeader& header, std::span<std::byte> out) {
+  if (out.size() < kHeaderSize) {
+    return false;
+  }
+  writeU32(out, 0, header.headerLength);
+  writeU16(out, kPacketMarkOffset, header.packetMark);
+  out[kElementCountOffset] = static_cast<std::byte>(header.elementCount);
+  out[kReservedOffset] = std::byte{0};
+  writeU32(out, kRequestWordAOffset, header.requestWordA);
+  writeU32(out, kRequestWordBOffset, header.requestWordB);
+  writeU32(out, kSigWordOffset, header.sigWord);
+  return true;
+}
+
+std::optional<CommandStatus> decodeCommandStatus(std::span<const std::byte> bytes) {
+  if (bytes.size() < kCommandStatusMinSize) {
+    return std::nullopt;
+  }
+  return CommandStatus{.elementLength = readU32(bytes, 0),
+                       .statusKind = readU16(bytes, kStatusKindOffset),
+                       .commandCode = readU16(bytes, kCommandCodeOffset)};
+}
+
+bool encodeCommandStatus(const CommandStatus& status, std::span<std::byte> out) {
+  if (out.size() < kCommandStatusMinSize) {
+    return false;
+  }
+  writeU32(out, 0, status.elementLength);
+  writeU16(out, kStatusKindOffset, status.statusKind);
+  writeU16(out, kCommandCodeOffset, status.commandCode);
+  return true;
+}
+
+std::optional<DisplayAddress> decodeDisplayAddress(std::span<const std::byte> commandStatus) {
+  if (commandStatus.size() < kAddressedStatusSize) {
+    return std::nullopt;
+  }
+  return DisplayAddress{.unitNo = readU16(commandStatus, kUnitNoOffset),
+                        .columnNo = readU16(commandStatus, kColumnNoOffset),
+                        .groupNo = readU16(commandStatus, kGroupNoOffset)};
+}
+
+bool encodeDisplayAddress(const DisplayAddress& address, std::span<std::byte> commandStatus) {
+  if (commandStatus.size() < kAddressedStatusSize) {
+    return false;
+  }
+  writeU16(commandStatus, kUnitNoOffset, address.unitNo);
+  writeU16(commandStatus, kColumnNoOffset, address.columnNo);
+  writeU16(commandStatus, kGroupNoOffset, address.groupNo);
+  return true;
+}
+
+std::optional<std::uint16_t> decodeFileNameLength(std::span<const std::byte> bytes) {
+  if (bytes.size() < kFileElementHeadSize) {
+    return std::nullopt;
+  }
+  return readU16(bytes, kNameLengthOffset);
+}
+
+void takeHeaderFields(const LcdHeader& header, LcdPacketRecord& record) {
+  record.elementCount = header.elementCount;
+  record.headerLength = header.headerLength;
+  record.requestWordA = header.requestWordA;
+  record.requestWordB = header.requestWordB;
+  record.sigWord = header.sigWord;
+}
+
+}  // namespace quendal

@@ -1,0 +1,54 @@
+// Exact reads from a transmitter's connection, under a deadline.
+#pragma once
+
+#include <Poco/Net/StreamSocket.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstddef>
+#include <span>
+
+namespace quendal {
+
+/// How long the bytes of one packet element may take to arrive.
+inline constexpr std::chrono::milliseconds kElementTimeout{30000};
+
+/// A point in time that a read must not pass.
+class Deadline {
+ public:
+  explicit Deadline(std::chrono::milliseconds fromNow) : end_(Clock::now() + fromNow) {}
+
+  bool hasPassed() const { return Clock::now() >= end_; }
+
+  /// Moves the end on by `time`: for a wait of our own that is not the peer's fault.
+  void extend(std::chrono::milliseconds time) { end_ += time; }
+
+ private:
+  using Clock = std::chrono::steady_clock;
+  Clock::time_point end_;
+};
+
+enum class ReadResult { kComplete, kClosed };
+
+/// Reads from one connection. Runs on the reactor thread; the socket and the flag must outlive it.
+class PacketReader {
+ public:
+  /// Takes the socket's receive time-out over: reads wake up twice a second to look at the deadline
+  /// and at `stopReq`, so that a silent peer delays the end of the service by half a second at most.
+  PacketReader(Poco::Net::StreamSocket& socket, const std::atomic<bool>& stopReq);
+
+  /// Fills `bytes`, in as many reads as it takes. kClosed: the peer closed the connection before the
+  /// last byte. Throws Poco::TimeoutException when `deadline` passes first (a peer that trickles
+  /// bytes included), Poco::IllegalStateException when the service stops, and what the socket throws.
+  ReadResult readExactly(std::span<std::byte> bytes, const Deadline& deadline);
+
+  /// One read of at least one byte into `bytes`: the number of bytes read, or 0 when the peer has
+  /// closed the connection. Throws as readExactly.
+  std::size_t readSome(std::span<std::byte> bytes, const Deadline& deadline);
+
+ private:
+  Poco::Net::StreamSocket& socket_;
+  const std::atomic<bool>& stopReq_;
+};
+
+}  // namespace quendal

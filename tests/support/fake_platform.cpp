@@ -1,0 +1,119 @@
+#include "support/fake_platform.h"
+
+#include "app/platform.h"
+#include "app/service_task.h"
+
+#include <mutex>
+#include <optional>
+#include <thread>
+
+namespace quendal {
+namespace fake {
+namespace {
+
+struct Recorder {
+  std::mutex mutex;
+  std::vector<std::string> events;
+  std::function<void(const std::string&)> observer;
+  int shellStatus = 0;
+  std::optional<Poco::Timestamp> now;
+  std::string root;
+};
+
+Recorder& recorder() {
+  static Recorder instance;
+  return instance;
+}
+
+void record(const std::string& event) {
+  std::function<void(const std::string&)> observer;
+  {
+    const std::scoped_lock lock(recorder().mutex);
+    recorder().events.push_back(event);
+    observer = recorder().observer;
+  }
+  if (observer) {
+    observer(event);
+  }
+  std::this_thread::yield();  // a poll that waits for another thread must let it run
+}
+
+}  // namespace
+
+void reset() {
+  const std::scoped_lock lock(recorder().mutex);
+  recorder().events.clear();
+  recorder().observer = nullptr;
+  recorder().shellStatus = 0;
+  recorder().now.reset();
+  recorder().root.clear();
+}
+
+std::vector<std::string> events() {
+  const std::scoped_lock lock(recorder().mutex);
+  return recorder().events;
+}
+
+std::vector<std::string> commands() {
+  const std::string prefix = "run ";
+  std::vector<std::string> result;
+  for (const std::string& event : events()) {
+    if (event.starts_with(prefix)) {
+      result.push_back(event.substr(prefix.size()));
+    }
+  }
+  return result;
+}
+
+void onEvent(std::function<void(const std::string& event)> observer) {
+  const std::scoped_lock lock(recorder().mutex);
+  recorder().observer = std::move(observer);
+}
+
+void setShellStatus(int status) {
+  const std::scoped_lock lock(recorder().mutex);
+  recorder().shellStatus = status;
+}
+
+void setNow(const Poco::Timestamp& time) {
+  const std::scoped_lock lock(recorder().mutex);
+  recorder().now = time;
+}
+
+void setSystemRoot(const std::string& folder) {
+  const std::scoped_lock lock(recorder().mutex);
+  recorder().root = folder;
+}
+
+}  // namespace fake
+
+namespace platform {
+
+int runShell(const std::string& command) {
+  fake::record("run " + command);
+  const std::scoped_lock lock(fake::recorder().mutex);
+  return fake::recorder().shellStatus;
+}
+
+void sleepMs(long milliseconds) {
+  fake::record("sleep " + std::to_string(milliseconds));
+}
+
+Poco::Timestamp now() {
+  const std::scoped_lock lock(fake::recorder().mutex);
+  return fake::recorder().now.value_or(Poco::Timestamp());
+}
+
+std::string systemPath(const std::string& path) {
+  const std::scoped_lock lock(fake::recorder().mutex);
+  return fake::recorder().root + path;
+}
+
+}  // namespace platform
+
+bool ServiceTask::sleepMs(long milliseconds) {
+  fake::record("wait " + std::to_string(milliseconds));
+  return isCancelRequested();
+}
+
+}  // namespace quendal

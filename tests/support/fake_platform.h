@@ -1,0 +1,38 @@
+// The recording definition of the platform seam: the unit tests link it in place of the real one.
+//
+// Nothing runs and nothing waits: shell commands and waits are recorded in order, across all threads.
+#pragma once
+
+#include <Poco/Timestamp.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace quendal::fake {
+
+/// Forgets everything recorded and every setting below. Each test runs in a process of its own, so only
+/// tests that look at two runs need it.
+void reset();
+
+/// What happened so far, in order: "run <command>" for a shell command, "sleep <ms>" for
+/// platform::sleepMs, "wait <ms>" for a task's own wait.
+std::vector<std::string> events();
+
+/// Only the shell commands, without the leading "run ".
+std::vector<std::string> commands();
+
+/// Calls `observer` after each event has been recorded, on the thread that caused it: the place to
+/// look at the world "during" a wait, or to change it. It may cancel tasks and set flags.
+void onEvent(std::function<void(const std::string& event)> observer);
+
+/// The wait status that every shell command returns from now on; 0 at first.
+void setShellStatus(int status);
+
+/// What platform::now() returns; the real time until set.
+void setNow(const Poco::Timestamp& time);
+
+/// Below which folder platform::systemPath finds the system's files; unchanged paths until set.
+void setSystemRoot(const std::string& folder);
+
+}  // namespace quendal::fake
