@@ -25,9 +25,9 @@ namespace quendal {
 /// connection until it is complete. Nothing is ever sent back.
 class DataServiceHandler {
  public:
-  /// Logs "Connection from <peer>" and registers with `reactor`. Throws, with nothing registered,
+  /// Logs "Connection from <peer>" and registers with `dispatcher`. Throws, with nothing registered,
   /// when the connection has already been reset.
-  DataServiceHandler(const Poco::Net::StreamSocket& socket, DataReactor& reactor);
+  DataServiceHandler(const Poco::Net::StreamSocket& accepted, DataReactor& dispatcher);
 
   /// Logs "Disconnecting <peer>" and leaves the reactor.
   ~DataServiceHandler();
