@@ -26,7 +26,7 @@ std::string orientationName(int quarterTurns) {
 }  // namespace
 
 std::string identityReport(std::uint16_t group, std::uint16_t column, std::uint16_t display) {
-  return "   GroupNO/LiftNO/DisplayNo:" + std::to_string(group) + "/" + std::to_string(column) + "/" +
+  return "   GroupNO/LiftNO/DisplayNO:" + std::to_string(group) + "/" + std::to_string(column) + "/" +
          std::to_string(display);
 }
 

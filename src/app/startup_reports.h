@@ -6,7 +6,7 @@
 
 namespace quendal {
 
-/// "   GroupNO/LiftNO/DisplayNo:" and the three numbers separated by "/".
+/// "   GroupNO/LiftNO/DisplayNO:" and the three numbers separated by "/".
 std::string identityReport(std::uint16_t group, std::uint16_t column, std::uint16_t display);
 
 /// What the DIP switch says: bits 0 to 5 of the switch byte are the unit number, and 0 and 0x3F mark a
