@@ -45,6 +45,11 @@ class SpawnSettings {
   SpawnSettings(SpawnSettings&&) = delete;
   SpawnSettings& operator=(SpawnSettings&&) = delete;
 
+  // The child changes to `directory` before it becomes the shell.
+  bool startIn(const std::string& directory) {
+    return posix_spawn_file_actions_addchdir_np(&actions_, directory.c_str()) == 0;
+  }
+
   const posix_spawnattr_t* attributes() const { return &attributes_; }
   const posix_spawn_file_actions_t* actions() const { return &actions_; }
 
@@ -63,20 +68,33 @@ int waitForChild(pid_t child) {
   return status;
 }
 
-}  // namespace
-
-int runShell(const std::string& command) {
+int runWith(const SpawnSettings& settings, const std::string& command) {
   std::string shell = "sh";
   std::string option = "-c";
   std::string text = command;
   const std::array<char*, 4> arguments = {shell.data(), option.data(), text.data(), nullptr};
-  const SpawnSettings settings;
 
   pid_t child = 0;
   if (posix_spawn(&child, "/bin/sh", settings.actions(), settings.attributes(), arguments.data(), environ) != 0) {
     return -1;
   }
   return waitForChild(child);
+}
+
+}  // namespace
+
+int runShell(const std::string& command) {
+  return runWith(SpawnSettings(), command);
+}
+
+// Spawned like every other command and not forked: between fork and exec the child of a threaded
+// process may hardly call anything, and a descriptor or lock of ours would stay behind in it.
+int runShellIn(const std::string& directory, const std::string& command) {
+  SpawnSettings settings;
+  if (!settings.startIn(directory)) {
+    return -1;
+  }
+  return runWith(settings, command);
 }
 
 void sleepMs(long milliseconds) {

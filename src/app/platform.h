@@ -20,6 +20,10 @@ namespace quendal::platform {
 /// failure), or -1 when no child could be started.
 int runShell(const std::string& command);
 
+/// As runShell, with `directory` (absolute) as the child's working directory; the caller's own stays
+/// as it is. Also -1 when the child cannot change to it: the command is then not run anywhere else.
+int runShellIn(const std::string& directory, const std::string& command);
+
 /// Blocks the calling thread for `milliseconds`; nothing shortens it.
 void sleepMs(long milliseconds);
 

@@ -95,6 +95,10 @@ int runShell(const std::string& command) {
   return fake::recorder().shellStatus;
 }
 
+int runShellIn(const std::string& directory, const std::string& command) {
+  return runShell("[" + directory + "] " + command);
+}
+
 void sleepMs(long milliseconds) {
   fake::record("sleep " + std::to_string(milliseconds));
 }

@@ -15,8 +15,9 @@ namespace quendal::fake {
 /// tests that look at two runs need it.
 void reset();
 
-/// What happened so far, in order: "run <command>" for a shell command, "sleep <ms>" for
-/// platform::sleepMs, "wait <ms>" for a task's own wait.
+/// What happened so far, in order: "run <command>" for a shell command ("run [<directory>] <command>"
+/// where it has a working directory), "sleep <ms>" for platform::sleepMs, "wait <ms>" for a task's own
+/// wait.
 std::vector<std::string> events();
 
 /// Only the shell commands, without the leading "run ".
