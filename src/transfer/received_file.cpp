@@ -17,7 +17,6 @@ namespace quendal {
 namespace {
 
 constexpr std::size_t kWriteBufferSize = 65536;
-constexpr mode_t kNewFileMode = 0666;  // less the umask, as for any file
 
 class DescriptorGuard {
  public:
@@ -74,15 +73,19 @@ void refuseBadName(const std::string& name) {
   }
 }
 
+[[noreturn]] void refuseDirectory(const std::string& name) {
+  throw Poco::InvalidAccessException("a file name must not stand for a directory", name);
+}
+
 }  // namespace
 
-FencedPath resolveInside(const std::string& directory, const std::string& name) {
+FencedPath resolvePlaceInside(const std::string& directory, const std::string& name) {
   refuseBadName(name);
   const std::string path = directory + "/" + name;
   const std::size_t lastSlash = path.rfind('/');
   const std::string leaf = path.substr(lastSlash + 1);
-  if (leaf.empty() || leaf == "." || isDirectory(path)) {
-    throw Poco::InvalidAccessException("a file name must not stand for a directory", name);
+  if (leaf.empty() || leaf == ".") {
+    refuseDirectory(name);
   }
 
   const std::string fence = resolveLinks(directory);
@@ -93,7 +96,15 @@ FencedPath resolveInside(const std::string& directory, const std::string& name) 
   return {.folder = folder, .leaf = leaf};
 }
 
-ReceivedFile::ReceivedFile(const std::string& directory, const std::string& name)
+FencedPath resolveInside(const std::string& directory, const std::string& name) {
+  FencedPath place = resolvePlaceInside(directory, name);
+  if (isDirectory(place.folder + "/" + place.leaf)) {
+    refuseDirectory(name);
+  }
+  return place;
+}
+
+ReceivedFile::ReceivedFile(const std::string& directory, const std::string& name, mode_t permissions)
     : path_(directory + "/" + name), buffer_(kWriteBufferSize) {
   const FencedPath target = resolveInside(directory, name);
   const DescriptorGuard folder(::open(target.folder.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
@@ -104,7 +115,7 @@ ReceivedFile::ReceivedFile(const std::string& directory, const std::string& name
     throw Poco::FileException(withReason(path_, errno));
   }
   DescriptorGuard created(
-      ::openat(folder.get(), target.leaf.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kNewFileMode));
+      ::openat(folder.get(), target.leaf.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, permissions));
   if (created.get() < 0) {
     throw Poco::CreateFileException(withReason(path_, errno));
   }

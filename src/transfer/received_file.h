@@ -1,6 +1,8 @@
 // A received file on disk: created inside its directory and nowhere else, written with every error seen.
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstddef>
 #include <cstdio>
 #include <memory>
@@ -25,13 +27,17 @@ struct FencedPath {
 /// Poco::FileNotFoundException when the folder (or `directory`) does not exist. Changes nothing.
 FencedPath resolveInside(const std::string& directory, const std::string& name);
 
+/// The fence alone: as resolveInside, except that a directory which stands at the name's place is not
+/// refused (a name that can only mean one, such as "sub/", is).
+FencedPath resolvePlaceInside(const std::string& directory, const std::string& name);
+
 /// One file being received. Not copyable; used on one thread.
 class ReceivedFile {
  public:
   /// Removes what stands under `name` (a symbolic link itself, never what it points to) and creates
   /// the file anew. Throws as resolveInside before anything is touched, and Poco::FileException when
-  /// the file cannot be removed or created.
-  ReceivedFile(const std::string& directory, const std::string& name);
+  /// the file cannot be removed or created. The file gets `permissions` less the umask.
+  ReceivedFile(const std::string& directory, const std::string& name, mode_t permissions = kPlainFile);
 
   /// Appends `bytes`. Throws Poco::WriteFileException when the disk is full or fails.
   void write(std::span<const std::byte> bytes);
@@ -41,6 +47,8 @@ class ReceivedFile {
   void close();
 
  private:
+  static constexpr mode_t kPlainFile = 0666;
+
   struct FileCloser {
     void operator()(std::FILE* file) const noexcept { static_cast<void>(std::fclose(file)); }
   };
