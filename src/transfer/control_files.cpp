@@ -21,10 +21,13 @@ ControlEffects controlEffectsOf(std::string_view fileName) {
           .logArchive = contains(fileName, ".zip")};
 }
 
-std::string archiveLogLine(const Poco::DateTime& time, std::string_view fileName) {
+std::string archiveLogStamp(const Poco::DateTime& time) {
   return Poco::format("%02d:%02d:%02d\t", time.hour(), time.minute(), time.second()) +
-         Poco::format("%02d/%02d/%02d - ", time.day(), time.month(), time.year()) + std::string(fileName) +
-         " Received thru LAN.)\r\n";
+         Poco::format("%02d/%02d/%02d - ", time.day(), time.month(), time.year());
+}
+
+std::string archiveLogLine(const Poco::DateTime& time, std::string_view fileName) {
+  return archiveLogStamp(time) + std::string(fileName) + " Received thru LAN.)\r\n";
 }
 
 std::string asciiLowerCase(std::string_view fileName) {

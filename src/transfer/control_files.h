@@ -26,6 +26,13 @@ struct ControlEffects {
 
 ControlEffects controlEffectsOf(std::string_view fileName);
 
+/// The log of archives: which came over the network, and which a technician has read back. Relative
+/// to the working directory, beside ../Work and ../Dest.
+inline constexpr const char* kArchiveLogPath = "../LogZipTmp.dat";
+
+/// How every line of the archive log begins: time and date of `time` (UTC) and " - ".
+std::string archiveLogStamp(const Poco::DateTime& time);
+
 /// The line of the archive log for `fileName`, received at `time` (UTC). Its stray closing
 /// parenthesis and its CR LF are what the log's readers expect.
 std::string archiveLogLine(const Poco::DateTime& time, std::string_view fileName);

@@ -24,9 +24,6 @@ constexpr std::chrono::milliseconds kTransferEndWait{5000};
 constexpr long kFailedTransferWaitMs = 5000;
 constexpr long kRebootWaitMs = 3000;
 
-// Relative to the working directory, beside ../Work and ../Dest.
-constexpr const char* kArchiveLogPath = "../LogZipTmp.dat";
-
 // A log that cannot be opened or written costs its line and nothing else.
 void appendArchiveLog(const std::string& fileName) {
   std::ofstream log(kArchiveLogPath, std::ios::binary | std::ios::app);
