@@ -63,6 +63,7 @@ std::int32_t lastRelaunchHour = -1;
 Poco::DateTime cycleDateTime;
 
 Flag usbDrivePresent = false;
+Flag logDataMode = false;
 
 Counter videoPacketCount = 0;
 Counter videoPacketsPerSecond = 0;

@@ -127,6 +127,7 @@ extern Poco::DateTime cycleDateTime;
 // --- The technician's stick ---
 
 extern Flag usbDrivePresent;  // MainTask
+extern Flag logDataMode;      // raw data is exported and not the logs: MainTask
 
 // --- Video watch ---
 

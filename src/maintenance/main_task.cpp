@@ -4,6 +4,7 @@
 #include "app/platform.h"
 #include "app/shared_state.h"
 #include "ipc/semaphore_table.h"
+#include "maintenance/usb_duties.h"
 #include "network/address_rules.h"
 #include "network/address_setup.h"
 #include "network/carrier.h"
@@ -80,8 +81,15 @@ void MainTask::runCycle() {
   shared::linkUpPrev = shared::linkUp.load();
 }
 
-// The place of the technician's stick: served in every cycle before the link is judged.
-void MainTask::runUsbDuties() {}
+// A stick that cannot be served ends the stick's duties of this cycle and nothing else: the link is
+// judged all the same.
+void MainTask::runUsbDuties() {
+  try {
+    runStickDuties(usbDriveName, [this](long milliseconds) { return sleepMs(milliseconds) || mustStop(); });
+  } catch (const std::exception& failure) {
+    reportFailure(failure);
+  }
+}
 
 // An interface that is not in the list yet and a carrier that is away both lead to the refresh, which
 // may bring the interface up; with the link down, every cycle comes to it.

@@ -6,6 +6,8 @@
 #include <Poco/File.h>
 #include <Poco/Net/NetworkInterface.h>
 
+#include <string>
+
 namespace quendal {
 
 /// The conductor of the service. Every three seconds it serves the stick, decides whether the link is
@@ -42,6 +44,7 @@ class MainTask : public ServiceTask {
 
   bool mustStop() const;
 
+  std::string usbDriveName;  // empty while no drive is known
   Poco::File carrierFile;
   Poco::Net::NetworkInterface::List interfaces;
 };

@@ -1,0 +1,21 @@
+// Read-back: the packages that came over the network are handed to the technician.
+#pragma once
+
+#include <Poco/DateTime.h>
+
+#include <string>
+#include <string_view>
+
+namespace quendal {
+
+/// Looks at `mountPoint` as it stands after the log export has released the stick. Where "KVCFG" is
+/// visible nothing happens. Where there is no "KVSOURCE" it is created, if there is no file either.
+/// Where there is one now, the packages are copied into it and the device is restarted.
+///
+/// Throws Poco::Exception when the folder cannot be created.
+void readBackPackages(const std::string& mountPoint);
+
+/// The line of the archive log for a package that was read back at `time` (UTC).
+std::string readBackLogLine(const Poco::DateTime& time, std::string_view text);
+
+}  // namespace quendal

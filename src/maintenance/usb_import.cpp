@@ -1,0 +1,47 @@
+#include "maintenance/usb_import.h"
+
+#include "app/console.h"
+#include "app/platform.h"
+#include "app/shared_state.h"
+#include "maintenance/distribution.h"
+#include "maintenance/folder_match.h"
+#include "maintenance/folders.h"
+#include "maintenance/restart.h"
+
+namespace quendal {
+namespace {
+
+FolderChoice chooseFolder(const std::string& path) {
+  const DisplayNumbers own{.group = shared::groupNo, .column = shared::columnNo, .unit = shared::displayNo};
+  FolderChoice best;
+  for (const std::string& name : folderEntries(path)) {
+    console::write(considerFolder(name, own, best));
+  }
+  return best;
+}
+
+}  // namespace
+
+void importConfiguration(const std::string& mountPoint, bool exportDone, const StoppableWait& wait) {
+  const std::string root = mountPoint + "/KVCFG";
+  console::line("Searching /KVCFG folder in USB Device,\n>>" + root + "......\n");
+  if (!isFolder(platform::systemPath(root))) {
+    console::line("KVCFG Not found on usb drive!");
+    if (exportDone) {
+      platform::runShell(kRestartCommand);
+    }
+    return;
+  }
+  console::line("KVCFG found on usb drive!");
+
+  const FolderChoice best = chooseFolder(platform::systemPath(root));
+  if (best.name.empty()) {
+    console::line("no match valid folder in KVCFG folder!");
+    return;
+  }
+  const std::string folder = root + "/" + best.name + "/";
+  console::line(" CFGroot:" + folder);
+  distributeFiles(platform::systemPath(folder), wait);
+}
+
+}  // namespace quendal

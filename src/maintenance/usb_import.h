@@ -1,0 +1,14 @@
+// Import: the stick's configuration folder that fits this display is chosen and distributed.
+#pragma once
+
+#include "maintenance/stoppable_wait.h"
+
+#include <string>
+
+namespace quendal {
+
+/// Looks for "KVCFG" on the stick at `mountPoint` and distributes the files of its best folder (see
+/// distribution.h). Without "KVCFG" the device is restarted if `exportDone`.
+void importConfiguration(const std::string& mountPoint, bool exportDone, const StoppableWait& wait);
+
+}  // namespace quendal
