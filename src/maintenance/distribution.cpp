@@ -69,7 +69,7 @@ void leaveStopMarker() {
 }  // namespace
 
 void distributeFiles(const std::string& folder, const StoppableWait& wait) {
-  const std::string listPath = folder + shared::usbSourceListFile;
+  const std::string listPath = folder + "/" + shared::usbSourceListFile;
   if (!Poco::File(listPath).exists()) {
     return;
   }

@@ -7,7 +7,7 @@
 
 namespace quendal {
 
-/// Checks the list file in `folder` (a path that ends in "/"), tells the display application, copies
+/// Checks the list file in `folder`, tells the display application, copies
 /// each listed file, leaves the stop marker and tells the display application that the transfer is
 /// complete. Runs on MainTask's thread.
 ///

@@ -39,8 +39,8 @@ void importConfiguration(const std::string& mountPoint, bool exportDone, const S
     console::line("no match valid folder in KVCFG folder!");
     return;
   }
-  const std::string folder = root + "/" + best.name + "/";
-  console::line(" CFGroot:" + folder);
+  const std::string folder = root + "/" + best.name;
+  console::line(" CFGroot:" + folder + "/");
   distributeFiles(platform::systemPath(folder), wait);
 }
 

@@ -11,6 +11,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <filesystem>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -100,6 +101,39 @@ TEST(RunShell, CallsDoNotWaitForEachOther) {
 
   EXPECT_EQ(writeStatus, 0);
   EXPECT_EQ(readStatus, 0);
+}
+
+TEST(RunShellIn, CommandRunsInTheDirectoryAndTheCallerStaysInItsOwn) {
+  const TemporaryFolder folder;
+  const std::filesystem::path own = std::filesystem::current_path();
+
+  EXPECT_EQ(platform::runShellIn(folder.path(), "pwd > out; exit 3"), 3 * 256);
+
+  EXPECT_EQ(readFile(folder.path() + "/out"), folder.path() + "\n");
+  EXPECT_EQ(std::filesystem::current_path(), own);
+}
+
+TEST(RunShellIn, WithoutTheDirectoryTheCommandRunsNowhere) {
+  const TemporaryFolder folder;
+
+  EXPECT_EQ(platform::runShellIn(folder.path() + "/absent", "touch " + folder.path() + "/out"), -1);
+
+  EXPECT_FALSE(std::filesystem::exists(folder.path() + "/out"));
+}
+
+TEST(RunShellIn, WaitsForItsOwnChildOnly) {
+  const TemporaryFolder folder;
+  const pid_t other = fork();
+  if (other == 0) {
+    _exit(7);
+  }
+  ASSERT_GT(other, 0);
+
+  EXPECT_EQ(platform::runShellIn(folder.path(), "exit 0"), 0);
+
+  int status = 0;
+  EXPECT_EQ(waitpid(other, &status, 0), other);
+  EXPECT_EQ(WEXITSTATUS(status), 7);
 }
 
 TEST(Platform, SleepWaitsAtLeastItsTime) {

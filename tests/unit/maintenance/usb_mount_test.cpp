@@ -1,0 +1,259 @@
+#include "maintenance/usb_mount.h"
+
+#include "app/shared_state.h"
+#include "support/error_stream_capture.h"
+#include "support/fake_platform.h"
+#include "support/stick_board.h"
+
+#include <gtest/gtest.h>
+
+namespace quendal {
+namespace {
+
+using Events = std::vector<std::string>;
+
+const Events kSettled = {"sleep 5000", "sleep 3000"};
+const Events kMounted = {"run sudo mkdir -p /data/home/sda1", "run sudo mount -t vfat /dev/sda1 -w /data/home/sda1",
+                         "sleep 3000"};
+
+Events joined(Events first, const Events& second) {
+  first.insert(first.end(), second.begin(), second.end());
+  return first;
+}
+
+class UsbMount : public testing::Test {
+ protected:
+  bool mount() { return mountNewStick(driveName, recordedWait); }
+
+  StickBoard board;
+  std::string driveName;
+};
+
+TEST_F(UsbMount, WithoutADriveNothingHappens) {
+  const ErrorStreamCapture errors;
+
+  EXPECT_FALSE(mount());
+
+  EXPECT_EQ(fake::events(), Events());
+  EXPECT_EQ(errors.text(), "");
+  EXPECT_FALSE(shared::usbDrivePresent);
+}
+
+TEST_F(UsbMount, BlockDevicesThatCannotBeListedCountAsNone) {
+  board.unplug();
+  fake::setSystemRoot("/proc/self/no/such/root");
+
+  EXPECT_FALSE(mount());
+
+  EXPECT_EQ(fake::events(), Events());
+}
+
+TEST_F(UsbMount, FirstPlugReleasesTwiceMakesTheMountPointAndMounts) {
+  board.plug({"sda", "sda1"});
+  const ErrorStreamCapture errors;
+
+  EXPECT_TRUE(mount());
+
+  const Events released(2, "run sudo umount /data/home/sda1");
+  EXPECT_EQ(fake::events(), joined(joined(kSettled, released), kMounted));
+  EXPECT_EQ(driveName, "sda1");
+  EXPECT_TRUE(shared::usbDrivePresent);
+  EXPECT_EQ(errors.text(),
+            "\r\n   8 0 1024 sda\n\r\n8,0,1024,sda"
+            "\r\n   8 1 1024 sda1\n\r\n8,1,1024,sda1"
+            "\nUSB drive found: [/dev/sda1]"
+            "\nUSB drive found: [/dev/sda1]"
+            "\nusb thumbdrive first time plugged,mounting..."
+            "\nMounting USB drive......"
+            "\n>>sudo mount -t vfat /dev/sda1 -w /data/home/sda1");
+}
+
+TEST_F(UsbMount, DriveWithoutAPartitionIsReleasedOnceAndMountedItself) {
+  board.plug({"sda"});
+
+  EXPECT_TRUE(mount());
+
+  EXPECT_EQ(fake::commands(), (Events{"sudo umount /data/home/sda", "sudo mkdir -p /data/home/sda",
+                                      "sudo mount -t vfat /dev/sda -w /data/home/sda"}));
+}
+
+TEST_F(UsbMount, PartitionsFileDecidesOnTheName) {
+  board.plug({"sda", "sda1"});
+  board.write("/proc/partitions",
+              "   8 0 1 sdc1\n   8 0 1 sdd1\n 179 0 7634944 mmcblk0\n 179 1 7634944 mmcblk0p1\n 8 16 1024 sdb\n"
+              " 8 17 1024 sdb1\n 8 18 1024 sde1\n");
+
+  EXPECT_TRUE(mount());
+
+  EXPECT_EQ(driveName, "sdb1");
+}
+
+TEST_F(UsbMount, PartitionThatIsNotTheFirstGivesWayToTheBlockDevice) {
+  board.plug({"sda"});
+  board.write("/proc/partitions", "major minor  #blocks  name\n\n 8 2 1024 sda2\n");
+
+  EXPECT_TRUE(mount());
+
+  EXPECT_EQ(driveName, "sda");
+  EXPECT_EQ(fake::commands().at(0), "sudo umount /data/home/sda2");
+  EXPECT_EQ(fake::commands().at(1), "sudo umount /data/home/sda");
+}
+
+TEST_F(UsbMount, EveryPartitionLineUpToTheStickIsEchoed) {
+  board.plug({"sda1"});
+  board.write("/proc/partitions", "head\n\n 179 0 7634944 mmcblk0\n 8 1 1024 sda1\n 8 2 1024 sda2\n");
+  const ErrorStreamCapture errors;
+
+  mount();
+
+  EXPECT_TRUE(
+      errors.text().starts_with("\r\n 179 0 7634944 mmcblk0\n\r\n179,0,7634944,mmcblk0"
+                                "\r\n 8 1 1024 sda1\n\r\n8,1,1024,sda1\nUSB drive found: [/dev/sda1]"));
+  EXPECT_EQ(errors.text().find("sda2"), std::string::npos);
+}
+
+TEST_F(UsbMount, LastLineWithoutALineEndIsEchoedWithoutOne) {
+  board.plug({"sda1"});
+  board.write("/proc/partitions", "head\n\n 8 1 1024 sda1");
+  const ErrorStreamCapture errors;
+
+  mount();
+
+  EXPECT_TRUE(errors.text().starts_with("\r\n 8 1 1024 sda1\r\n8,1,1024,sda1\nUSB drive found: [/dev/sda1]"));
+}
+
+TEST_F(UsbMount, NameInThePartitionsFileThatCouldCarryACommandIsNotUsed) {
+  board.plug({"sda1"});
+  board.write("/proc/partitions", "head\n\n 8 1 1024 sda1;reboot\n");
+
+  EXPECT_TRUE(mount());
+
+  EXPECT_EQ(driveName, "sda1");
+  EXPECT_EQ(fake::commands().at(0), "sudo umount /data/home/sda1");
+}
+
+TEST_F(UsbMount, StickThatStaysIsServedOnce) {
+  board.plug({"sda", "sda1"});
+  EXPECT_TRUE(mount());
+  const Events first = fake::events();
+
+  EXPECT_FALSE(mount());
+  EXPECT_FALSE(mount());
+
+  EXPECT_EQ(fake::events(), first);
+}
+
+TEST_F(UsbMount, PulledStickIsUnmountedOnceAndItsNameForgotten) {
+  board.plug({"sda", "sda1"});
+  mount();
+  board.unplug();
+  const std::size_t before = fake::events().size();
+  const ErrorStreamCapture errors;
+
+  EXPECT_FALSE(mount());
+  EXPECT_FALSE(mount());
+
+  EXPECT_EQ(fake::events().size(), before + 1);
+  EXPECT_EQ(fake::events().back(), "run sudo umount /data/home/sda1");
+  EXPECT_EQ(errors.text(), "\nto umount drv:sda1");
+  EXPECT_EQ(driveName, "");
+  EXPECT_FALSE(shared::usbDrivePresent);
+}
+
+TEST_F(UsbMount, StickThatComesBackIsServedFromTheStart) {
+  board.plug({"sda", "sda1"});
+  mount();
+  const Events first = fake::events();
+  board.unplug();
+  mount();
+  board.plug({"sda", "sda1"});
+
+  EXPECT_TRUE(mount());
+
+  EXPECT_EQ(fake::events(), joined(joined(first, {"run sudo umount /data/home/sda1"}), first));
+}
+
+// Every cycle takes the name from the block devices, also while a stick is served already: with two
+// sticks the one that is named last is released. The other's mount is gone with the stick itself.
+TEST_F(UsbMount, NameFollowsTheBlockDevicesWhileAStickIsPlugged) {
+  board.plug({"sda", "sda1"});
+  mount();
+  board.unplug();
+  board.plug({"sdb1"});
+  const std::size_t before = fake::events().size();
+
+  EXPECT_FALSE(mount());
+
+  EXPECT_EQ(driveName, "sdb1");
+  EXPECT_EQ(fake::events().size(), before);
+}
+
+TEST_F(UsbMount, StickThatCannotBeReleasedIsLeftUntilItWasPulled) {
+  board.plug({"sda", "sda1"});
+  board.makeStickFolder("KVCFG");
+  mount();
+  board.refuseUnmounts();
+  board.unplug();
+  mount();
+  board.plug({"sda", "sda1"});
+  const std::size_t before = fake::events().size();
+  const ErrorStreamCapture errors;
+
+  EXPECT_FALSE(mount());
+  EXPECT_FALSE(mount());
+
+  const Events released(2, "run sudo umount /data/home/sda1");
+  const Events events = fake::events();
+  EXPECT_EQ(Events(events.begin() + static_cast<std::ptrdiff_t>(before), events.end()), joined(kSettled, released));
+  EXPECT_TRUE(
+      errors.text().ends_with("\nUSB drive found: [/dev/sda1]"
+                              "\nunmounting failures...CFG usb thumbdrive still plugged,pls remove..."));
+  EXPECT_TRUE(shared::usbDrivePresent);
+}
+
+TEST_F(UsbMount, StaleMountThatCanBeReleasedIsNoObstacle) {
+  board.plug({"sda", "sda1"});
+  board.makeStickFolder("KVCFG");
+  mount();
+  ASSERT_TRUE(board.exists("/data/home/sda1/KVCFG"));
+  shared::usbDrivePresent = false;
+
+  EXPECT_TRUE(mount());
+}
+
+TEST_F(UsbMount, FailedMountIsNotNoticed) {
+  board.plug({"sda", "sda1"});
+  board.refuseMounts();
+  fake::setShellStatus(32 * 256);
+
+  EXPECT_TRUE(mount());
+}
+
+TEST_F(UsbMount, StopBeforeTheStickIsMountedLeavesItAlone) {
+  board.plug({"sda", "sda1"});
+
+  for (const int stopAt : {1, 2}) {
+    fake::reset();
+    fake::setSystemRoot(board.at(""));
+    int waits = 0;
+    EXPECT_FALSE(mountNewStick(driveName, [&](long milliseconds) {
+      recordedWait(milliseconds);
+      return ++waits == stopAt;
+    }));
+
+    EXPECT_EQ(fake::events(), Events(kSettled.begin(), kSettled.begin() + stopAt));
+    EXPECT_FALSE(shared::usbDrivePresent);
+  }
+}
+
+TEST_F(UsbMount, StopWhileTheStickIsMountedEndsItsDuties) {
+  board.plug({"sda", "sda1"});
+  int waits = 0;
+
+  EXPECT_FALSE(mountNewStick(driveName, [&](long /*milliseconds*/) { return ++waits == 3; }));
+
+  EXPECT_EQ(fake::commands().back(), "sudo mount -t vfat /dev/sda1 -w /data/home/sda1");
+}
+
+}  // namespace
+}  // namespace quendal
