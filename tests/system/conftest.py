@@ -1,0 +1,140 @@
+"""System tests: the real service in a sandboxed board, seen from outside.
+
+    /usr/bin/python3 -m pytest -n 12 tests/system [--quendal build/asan/Quendal_L] [--no-skips]
+
+Every test has a board of its own, or shares its module's. What it may look at is what anybody could: the
+error stream, files, sockets, the commands that were run, the semaphores and /proc.
+"""
+
+import contextlib
+import pathlib
+import sys
+
+import pytest
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(ROOT / "tools"))
+
+from quendal_tools.sandbox import Board, SandboxUnavailable  # noqa: E402
+from support.rig import Rig  # noqa: E402
+
+STOP_SECONDS = 30
+
+
+def pytest_addoption(parser):
+    group = parser.getgroup("quendal")
+    group.addoption("--quendal", type=pathlib.Path, default=ROOT / "build/release/Quendal_L",
+                    help="the service's binary (default: the release build)")
+    group.addoption("--no-skips", action="store_true", help="a test that would be skipped fails")
+
+
+def pytest_configure(config):
+    config.addinivalue_line("markers", "long(seconds): takes so long, mostly waiting; is begun early")
+
+
+@pytest.hookimpl(tryfirst=True)
+def pytest_cmdline_main(config):
+    # Tests that share a board belong on the same worker. The workers look at the command line anew, so
+    # each has to be told, too.
+    if hasattr(config, "workerinput"):
+        config.option.loadgroup = True
+    elif getattr(config.option, "numprocesses", None) and config.option.dist == "no":
+        config.option.dist = "loadgroup"
+
+
+@pytest.hookimpl(tryfirst=True)
+def pytest_collection_modifyitems(items):
+    def seconds(item):
+        marker = item.get_closest_marker("long")
+        return marker.args[0] if marker else 0
+
+    for item in items:
+        if "shared_rig" in item.fixturenames:
+            item.add_marker(pytest.mark.xdist_group(item.module.__name__))
+    items.sort(key=seconds, reverse=True)
+
+
+@pytest.hookimpl(hookwrapper=True)
+def pytest_runtest_makereport(item):
+    report = (yield).get_result()
+    if report.skipped and item.config.getoption("--no-skips") and not hasattr(report, "wasxfail"):
+        report.outcome = "failed"
+        report.longrepr = f"skipped, which is not allowed here: {report.longrepr[2]}"
+
+
+@pytest.fixture(scope="session")
+def quendal(request):
+    binary = request.config.getoption("--quendal").resolve()
+    if not binary.exists():
+        pytest.fail(f"{binary} is missing: build it first, or name another with --quendal")
+    return binary
+
+
+@contextlib.contextmanager
+def boards():
+    """Makes boards and takes them down at the end; a machine that allows none skips the test."""
+    with contextlib.ExitStack() as stack:
+        def make(**options):
+            try:
+                return stack.enter_context(Board(**options))
+            except SandboxUnavailable as error:
+                pytest.skip(str(error))
+
+        yield make
+
+
+@contextlib.contextmanager
+def rigs(quendal):
+    """Makes boards with a display and a started service; at the end each service must stop as it should."""
+    made = []
+    with boards() as make_board:
+        def make(*, before_start=lambda board: None, env=None, wrapper=(), **options):
+            board = make_board(**options)
+            before_start(board)
+            display = board.display()
+            service = board.start_service(quendal, env={**display.env, **(env or {})}, wrapper=wrapper)
+            made.append(Rig(board, display, service))
+            return made[-1]
+
+        yield make
+        for rig in made:
+            for service in rig.services:
+                service.terminate()
+            for service in rig.services:
+                assert service.wait(STOP_SECONDS) == 0, service.stderr_text()
+
+
+@pytest.fixture
+def make_board():
+    with boards() as make:
+        yield make
+
+
+@pytest.fixture
+def make_rig(quendal):
+    """Starts the service on a board made as the arguments say (those of Board, and env, wrapper, before_start)."""
+    with rigs(quendal) as make:
+        yield make
+
+
+@pytest.fixture
+def rig(make_rig):
+    """A service with its link up and its port open."""
+    rig = make_rig()
+    rig.await_open()
+    return rig
+
+
+@pytest.fixture(scope="module")
+def _module_rig(quendal):
+    with rigs(quendal) as make:
+        rig = make()
+        rig.await_open()
+        yield rig
+
+
+@pytest.fixture
+def shared_rig(_module_rig):
+    """A rig that the tests of one module share, with its port open; they leave it in normal mode."""
+    _module_rig.settle()
+    return _module_rig

@@ -1,0 +1,138 @@
+"""A board with a waiting display and the started service on it, and what tests do with these."""
+
+import contextlib
+import fcntl
+import hashlib
+import itertools
+import random
+import select
+import socket
+import struct
+import termios
+import time
+
+from quendal_tools import packet
+from quendal_tools.board_files import TARGET
+from quendal_tools.namespace import wait_until
+from support import console, packets
+
+PORT = 50200
+LINK_UP_SECONDS = 30
+REOPEN_SECONDS = 15
+
+
+class Rig:
+    def __init__(self, board, display, service):
+        self.board = board
+        self.display = display
+        self.service = service
+        self.services = [service]
+        self._numbers = itertools.count(1)
+
+    def await_open(self, after=0, timeout=LINK_UP_SECONDS):
+        """Waits for the port to be open; returns the offset behind the line that says so."""
+        return self.service.wait_for(console.OPEN, timeout=timeout, after=after)
+
+    def settle(self):
+        """Sees to it that the port is open with no connection left, also after a test that went wrong."""
+        if not self.service.stderr_text().endswith(console.OPEN):
+            self.send(packets.header(1))
+
+    def connect(self, timeout=REOPEN_SECONDS):
+        """A connection that the service has greeted.
+
+        One that is refused, or dropped because the port was about to be closed, is tried again.
+        """
+        mark = self.service.mark()
+        deadline = time.monotonic() + timeout
+        while True:
+            try:
+                connection = self.board.pc.connect(PORT)
+                self._await_greeting(connection, mark)
+                return connection
+            except (ConnectionRefusedError, ConnectionResetError):
+                if time.monotonic() > deadline:
+                    raise
+                time.sleep(0.02)
+
+    def _await_greeting(self, connection, mark):
+        greeting = console.connected(peer_of(connection))
+
+        def greeted():
+            if has_ended(connection):
+                raise ConnectionResetError("the service has dropped the connection")
+            return greeting in self.text_since(mark)
+
+        wait_until(greeted, LINK_UP_SECONDS, greeting)
+
+    @contextlib.contextmanager
+    def session(self):
+        """A greeted connection; at the end it is closed, and the port has been opened again."""
+        mark = self.service.mark()
+        with self.connect() as connection:
+            yield connection
+        self.await_open(mark, REOPEN_SECONDS)
+
+    def send(self, *packets_to_send):
+        """Sends packets on a connection of their own and closes it; returns its name on the console.
+
+        The service has taken the packets, noticed the end and opened its port again.
+        """
+        with self.session() as connection:
+            connection.sendall(b"".join(packets_to_send))
+            return peer_of(connection)
+
+    def assert_woken(self, *names):
+        """The display has been woken by exactly these so far; the last of them may only just be on its way."""
+        with contextlib.suppress(TimeoutError):
+            wait_until(lambda: len(self.display.names()) >= len(names), 10, "the last wake-up")
+        assert self.display.names() == list(names)
+
+    def text_since(self, mark):
+        return self.service.stderr_text()[mark:]
+
+    def stored(self, name, directory=TARGET):
+        """A received file's content, None when there is none."""
+        try:
+            return self.board.path(f"{directory}/{name}").read_bytes()
+        except FileNotFoundError:
+            return None
+
+    def await_stored(self, name, data, timeout=20, directory=TARGET):
+        wait_until(lambda: self.stored(name, directory) == data, timeout, f"the file {name}")
+
+    def assert_good_transfer(self, size=300_000):
+        """The service is usable: a file of random bytes arrives as it was sent."""
+        number = next(self._numbers)
+        name, data = f"good{number}.bin", random.Random(number).randbytes(size)
+        self.send(packet.file_packet(name, data))
+        stored = self.board.run(["sha256sum", f"{TARGET}/{name}"]).stdout.split()
+        assert stored and stored[0] == hashlib.sha256(data).hexdigest()
+
+
+def peer_of(connection):
+    """How the service calls the other end of this connection."""
+    return "{}:{}".format(*connection.getsockname())
+
+
+def has_ended(connection):
+    """Has the other side ended the connection, by a close or by a reset? It never sends anything."""
+    try:
+        return bool(select.select([connection], [], [], 0)[0]) and connection.recv(1) == b""
+    except ConnectionResetError:
+        return True
+
+
+def await_acknowledged(connection, timeout=10):
+    """Waits until the service's system has all that was sent."""
+    def nothing_left():
+        return struct.unpack("i", fcntl.ioctl(connection, termios.TIOCOUTQ, bytes(4)))[0] == 0
+
+    wait_until(nothing_left, timeout, "the acknowledgement of what was sent")
+
+
+def reset(connection):
+    """Ends the connection with a reset instead of a close."""
+    await_acknowledged(connection)
+    connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+    connection.close()

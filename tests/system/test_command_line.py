@@ -1,0 +1,63 @@
+"""What the program answers on its command line, before it is a service."""
+
+import pytest
+
+from quendal_tools.board_files import APPLICATION
+
+HELP = """\
+usage: Quendal_L OPTIONS
+Quendal_L app/service
+
+--daemon        Run application as a daemon.
+--umask=mask    Set the daemon's umask (octal, e.g. 027).
+--pidfile=path  Write the process ID of the application to given file.
+-h, --help      display help information on command line arguments
+-v, --version   display binary/assembly version number
+"""
+
+
+@pytest.fixture
+def answer(make_board, quendal):
+    """Runs the program to its end: (exit status, standard output, error stream)."""
+    board = make_board()
+
+    def ask(*arguments):
+        service = board.start_service(quendal, args=arguments)
+        return service.wait(30), service.stdout_text(), service.stderr_text()
+
+    ask.board = board
+    return ask
+
+
+@pytest.mark.parametrize("option", ["-h", "--help"])
+def test_help_goes_to_standard_output_and_ends_with_23_without_banner(answer, option):
+    assert answer(option) == (23, HELP, "")
+
+
+@pytest.mark.parametrize("option", ["-v", "--version"])
+def test_version_goes_to_the_error_stream_and_ends_with_23_without_banner(answer, option):
+    assert answer(option) == (23, "", "\nQuendal_L version:1.6.0\n")
+
+
+@pytest.mark.parametrize("option", ["-h", "-v"])
+def test_help_and_version_start_nothing(answer, option):
+    before = sorted(path.name for path in answer.board.path(APPLICATION).iterdir())
+
+    answer(option)
+
+    assert answer.board.commands() == []
+    assert not answer.board.path("/tmp/Dest").exists()
+    assert sorted(path.name for path in answer.board.path(APPLICATION).iterdir()) == before
+
+
+def test_help_wins_over_what_follows_it(answer):
+    assert answer("-h", "--nonsense") == (23, HELP, "")
+
+
+@pytest.mark.parametrize("option, last_words", [
+    ("--nonsense", "Unknown option specified: nonsense\n"),
+    ("-x", "Unknown option specified: x\n"),
+    ("--version=2", "Unexpected option argument: version=2\n"),
+])
+def test_unknown_option_ends_with_78_and_names_it(answer, option, last_words):
+    assert answer(option) == (78, "", last_words)

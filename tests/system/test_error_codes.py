@@ -1,0 +1,162 @@
+"""Every error code of a connection, with the exact bytes on the error stream.
+
+Each line of the table is a beginning of the stream that is cut off at one point, by a close or by a reset.
+"""
+
+import pytest
+
+from quendal_tools import packet
+from quendal_tools.namespace import wait_until
+from support import console, packets
+from support.rig import PORT, REOPEN_SECONDS, has_ended, peer_of, reset
+
+ELEMENT = packets.file_head(b"code.bin", 100)
+NAMED = console.file_named("code.bin")
+RESET = "Connection reset by peer"
+HALF_SECOND_AND_A_LOADED_MACHINE = 5
+
+HEADER_0, HEADER_1 = "DataProcHeader<pos:0>:", "DataProcHeader<pos:1>:"
+STATUS_0, STATUS_1 = "DataRxCmdStatus<pos:0>:", "DataRxCmdStatus<pos:1>:"
+FILE_0, FILE_1, FILE_2 = (f"DataRxFileElement<pos:{position}>:" for position in range(3))
+
+BEFORE_NAME = packets.BEFORE_FILE + ELEMENT[:packets.HEAD_LENGTH]
+BEFORE_DATA_LENGTH = packets.BEFORE_FILE + ELEMENT[:-packets.LENGTH_FIELD]
+
+CLOSED = {
+    "header_length_259": (b"", 259, HEADER_0),
+    "part_of_header_length_259": (packets.HEADER[:2], 259, HEADER_0),
+    "rest_of_header_515": (packets.HEADER[:4], 515, HEADER_1),
+    "last_byte_of_header_515": (packets.HEADER[:-1], 515, HEADER_1),
+    "status_length_515": (packets.HEADER, 515, STATUS_0),
+    "part_of_status_length_515": (packets.HEADER + packets.STATUS[:3], 515, STATUS_0),
+    "rest_of_status_771": (packets.HEADER + packets.STATUS[:4], 771, STATUS_1),
+    "last_byte_of_status_771": (packets.BEFORE_FILE[:-1], 771, STATUS_1),
+    "file_element_head_771": (packets.BEFORE_FILE, 771, FILE_0),
+    "last_byte_of_file_element_head_771": (BEFORE_NAME[:-1], 771, FILE_0),
+    "name_1027": (BEFORE_NAME, 1027, FILE_1),
+    "last_byte_of_name_1027": (BEFORE_DATA_LENGTH[:-1], 1027, FILE_1),
+    "data_length_771": (BEFORE_DATA_LENGTH, 771, FILE_2),
+    "last_byte_of_data_length_771": (packets.BEFORE_FILE + ELEMENT[:-1], 771, FILE_2),
+}
+
+RESETS = {
+    "header_length_259": (b"", 259, HEADER_0, HEADER_0),
+    "rest_of_header_513": (packets.HEADER[:4], 513, HEADER_1, ""),
+    "status_length_515": (packets.HEADER, 515, STATUS_0 + ":", STATUS_0),
+    "rest_of_status_769": (packets.HEADER + packets.STATUS[:4], 769, STATUS_1 + ":", ""),
+    "file_element_head_771": (packets.BEFORE_FILE, 771, FILE_0 + ":", FILE_0),
+    "name_1025": (BEFORE_NAME, 1025, FILE_1 + ":", ""),
+    "data_length_769": (BEFORE_DATA_LENGTH, 769, FILE_2 + ":", ""),
+}
+
+
+def cases(table):
+    return [pytest.param(*case, id=name) for name, case in table.items()]
+
+
+def named_in(data):
+    return NAMED if len(data) >= len(BEFORE_DATA_LENGTH) else ""
+
+
+def text_of(rig, action):
+    """What the service writes from a connection's begin to the port's re-opening, and the connection's name."""
+    mark = rig.service.mark()
+    connection = rig.connect()
+    peer = peer_of(connection)
+    action(connection)
+    rig.await_open(mark, REOPEN_SECONDS)
+    connection.close()
+    return rig.text_since(mark), peer
+
+
+@pytest.mark.parametrize("data, code, place", cases(CLOSED))
+def test_closed_by_the_peer_before(shared_rig, data, code, place):
+    def send_and_close(connection):
+        connection.sendall(data)
+        connection.close()
+
+    text, peer = text_of(shared_rig, send_and_close)
+
+    assert text == (console.connected(peer) + named_in(data) + console.closed_by_peer(place) +
+                    console.failed(code) + console.reopened(peer))
+
+
+@pytest.mark.parametrize("data, code, place, closed_place", cases(RESETS))
+def test_reset_by_the_peer_before(shared_rig, data, code, place, closed_place):
+    def send_and_reset(connection):
+        connection.sendall(data)
+        reset(connection)
+
+    text, peer = text_of(shared_rig, send_and_reset)
+
+    closed = console.closed_by_peer(closed_place) if closed_place else ""
+    assert text == (console.connected(peer) + named_in(data) + console.exception(place, RESET) + closed +
+                    console.failed(code) + console.reopened(peer))
+
+
+@pytest.mark.parametrize("signature", [0, packet.SIGNATURE + 1, 0xE88EA5A5], ids=["zero", "one more", "swapped"])
+def test_wrong_signature_closes_every_connection_and_reports_516(shared_rig, signature):
+    mark = shared_rig.service.mark()
+    others = [shared_rig.connect() for _ in range(3)]
+    bad = shared_rig.connect()
+    peers = [peer_of(connection) for connection in (*others, bad)]
+
+    bad.sendall(packets.header(3, signature=signature) + packets.STATUS + ELEMENT + bytes(100))
+    shared_rig.await_open(mark)
+
+    for connection in (*others, bad):
+        wait_until(lambda: has_ended(connection), 5, "the connection's end")
+        connection.close()
+    text = shared_rig.text_since(mark)
+    begin = console.connected(*peers) + (
+        "\nDataProcHeader:Error Network packet format detected,disconnecting...") + console.failed(516)
+    before, after = console.reopened("").split(console.disconnected(""))
+    assert text.startswith(begin + before) and text.endswith(after)
+    farewells = text.removeprefix(begin + before).removesuffix(after)
+    assert sorted(farewells.splitlines()) == sorted(console.disconnected(*peers).splitlines())
+    assert shared_rig.stored("code.bin") is None
+
+
+@pytest.mark.parametrize("kind", [0, 3, 256, 65535])
+def test_wrong_status_kind_reports_1027(shared_rig, kind):
+    text, peer = text_of(shared_rig, lambda connection: connection.sendall(
+        packets.HEADER + packets.status(kind=kind)))
+
+    assert text == (console.connected(peer) +
+                    "\nDataRxCmdStatus:Error Network packet format detected,disconnecting..." +
+                    console.failed(1027) + console.reopened(peer))
+
+
+def test_reset_in_the_data_reports_1537_after_five_seconds(shared_rig):
+    completed = shared_rig.display.names().count("RXCOMPLETE")
+
+    text, peer = text_of(shared_rig, lambda connection: (
+        connection.sendall(packets.BEFORE_FILE + ELEMENT + bytes(50)), reset(connection)))
+
+    assert text == (console.connected(peer) + NAMED + console.exception("DataRxFileElement<pos:3>::", RESET) +
+                    console.failed(1537) + console.reopened(peer))
+    shared_rig.display.wait_for("RXCOMPLETE", completed + 1)
+
+
+def test_connection_reset_before_it_is_served_is_only_reported(shared_rig):
+    mark = shared_rig.service.mark()
+    with shared_rig.session() as first:
+        # Keeps the service busy inside a packet, so that the next connection cannot be accepted yet.
+        first.sendall(packets.HEADER[:6])
+        reset(shared_rig.board.pc.connect(PORT))
+        first.sendall(packets.header(1)[6:])
+        shared_rig.service.wait_for("A connection was lost before it was served: ", after=mark)
+        name = peer_of(first)
+
+    assert shared_rig.text_since(mark) == (
+        console.connected(name) + "A connection was lost before it was served: Net Exception: Socket is not connected\n" +
+        console.closed_by_peer(HEADER_0) + console.failed(259) + console.reopened(name))
+
+
+def test_service_is_open_again_about_half_a_second_after_an_error(shared_rig):
+    with shared_rig.connect() as connection:
+        mark = shared_rig.service.mark()
+        connection.sendall(bytes(20))
+        shared_rig.service.wait_for("Err RC:516", after=mark)
+        shared_rig.await_open(mark, HALF_SECOND_AND_A_LOADED_MACHINE)
+    shared_rig.assert_good_transfer()

@@ -1,0 +1,148 @@
+"""What ends the start-up, with which status and which last words."""
+
+import shutil
+
+import pytest
+
+from quendal_tools.board_files import APPLICATION, DEST, WORK, static_configuration, with_keys
+from support import console
+
+INI = WORK + "/Quendal_L.ini"
+STATIC = WORK + "/IPAddress.ini"
+BAD_CONFIGURATION = "\nMcTask: Exception Met!\nException Message:"
+NO_RESOLV_CONF_YET = ""
+
+
+@pytest.fixture
+def start(make_board, quendal):
+    """Starts the service on such a board and waits for its end: (exit status, error stream, board)."""
+    def run(prepare=lambda board: None, env=None, **options):
+        board = make_board(**options)
+        prepare(board)
+        service = board.start_service(quendal, env=env)
+        status = service.wait(30)
+        assert service.stdout_text() == ""
+        return status, service.stderr_text(), board
+
+    return run
+
+
+def remove_directories(board):
+    shutil.rmtree(board.path(WORK))
+    shutil.rmtree(board.path(DEST))
+
+
+def test_missing_ini_ends_with_1_after_the_directories_were_created(start):
+    status, text, board = start(remove_directories)
+
+    assert status == 1
+    assert text == (console.BANNER + 2 * (console.DEST_CREATED + console.WORK_CREATED) +
+                    "\nQuendal_L.ini does not exist in Work dir;quit...done!")
+    for directory in (DEST, WORK, "/tmp/Dest", "/tmp/Work"):
+        assert board.path(directory).is_dir(), directory
+
+
+def test_missing_ini_with_all_directories_there_creates_nothing(start):
+    status, text, _ = start(files={INI: None, "/tmp/Dest/x": "", "/tmp/Work/x": ""})
+
+    assert (status, text) == (1, console.BANNER + "\nQuendal_L.ini does not exist in Work dir;quit...done!")
+
+
+def bad_static_files():
+    good = static_configuration("192.168.77.10", "192.168.77.1")
+    for key in ("IP", "NetworkMask", "DefaultGateway"):
+        yield pytest.param(with_keys(good, {key: None}), id="without " + key)
+    yield pytest.param("", id="empty")
+    yield pytest.param("\ufeff[x]\n", id="byte-order mark")
+
+
+@pytest.mark.parametrize("content", bad_static_files())
+def test_bad_static_address_file_ends_with_1_and_changes_nothing(start, content):
+    status, text, board = start(files={STATIC: content})
+
+    assert status == 1
+    assert text == (console.BANNER + console.DEST_CREATED + console.WORK_CREATED +
+                    "\nstatic ip file parsing error, exit...")
+    assert board.commands() == []
+    assert board.path("/etc/resolv.conf").read_text() == NO_RESOLV_CONF_YET
+
+
+READ_IN_ORDER = ("lcdMcastIp", "lcdMcastPort", "lcdDataPort", "kvIdFile", "targetRootDir")
+
+
+@pytest.mark.parametrize("key", READ_IN_ORDER)
+def test_missing_required_key_ends_with_101_and_names_it(start, key):
+    status, text, board = start(ini={key: None})
+
+    assert status == 101
+    assert text.startswith(console.BANNER)
+    assert text.endswith(f"{BAD_CONFIGURATION}Not found: Tessane Param.{key}")
+    assert text.count("Exception") == 2
+    assert board.commands() == []
+
+
+def test_missing_group_ends_with_101_before_anything_is_reported(start):
+    _, text, _ = start(ini={"lcdMcastIp": None})
+
+    assert text == (console.BANNER + console.DEST_CREATED + console.WORK_CREATED +
+                    BAD_CONFIGURATION + "Not found: Tessane Param.lcdMcastIp")
+
+
+def test_missing_target_directory_key_ends_with_101_after_all_reports(start):
+    _, text, _ = start(ini={"targetRootDir": None})
+
+    assert text == console.start_up() + BAD_CONFIGURATION + "Not found: Tessane Param.targetRootDir"
+
+
+@pytest.mark.parametrize("key", ["lcdMcastPort", "MTTL", "mcRstHrFactor", "lcdDataPort"])
+def test_number_that_is_none_ends_with_101(start, key):
+    status, text, _ = start(ini={key: "many"})
+
+    assert status == 101
+    assert text.endswith(BAD_CONFIGURATION + "Syntax error: Not a valid integer: many")
+
+
+@pytest.mark.parametrize("key", ["GROUPNO", "COLUMNNO", "DISPLAYNO"])
+def test_identity_file_without_a_number_ends_with_101_and_names_it(start, key):
+    identity = with_keys("GROUPNO = 1\nCOLUMNNO = 2\nDISPLAYNO = 3\n", {key: None})
+    status, text, _ = start(files={WORK + "/KvId.ini": identity})
+
+    assert status == 101
+    assert text.endswith(f"{BAD_CONFIGURATION}Not found: {key}")
+
+
+@pytest.mark.parametrize("file, last_words", [
+    ("KvId.ini", "File not found: ../Work/KvId.ini"),
+    ("CurLayOut.cfg", "File not found: ../Work/CurLayOut.cfg"),
+])
+def test_missing_file_ends_with_101_and_names_it(start, file, last_words):
+    status, text, _ = start(files={f"{WORK}/{file}": None})
+
+    assert status == 101
+    assert text.endswith(BAD_CONFIGURATION + last_words)
+
+
+def test_layout_without_orientation_ends_with_101(start):
+    status, text, _ = start(files={WORK + "/CurLayOut.cfg": "[Panel]\n"})
+
+    assert status == 101
+    assert text.endswith(BAD_CONFIGURATION + "Not found: Panel.Orientation")
+
+
+def test_directory_that_cannot_be_created_ends_with_70_and_the_reason(start):
+    def make_read_only(board):
+        shutil.rmtree(board.path(DEST))
+        board.run(["mount", "--bind", APPLICATION, APPLICATION], check=True)
+        board.run(["mount", "-o", "remount,bind,ro", APPLICATION], check=True)
+
+    status, text, _ = start(make_read_only)
+
+    assert status == 70
+    assert text == console.BANNER + console.DEST_CREATED + "File is read-only: ../Dest\n"
+
+
+def test_temporary_directory_that_is_missing_ends_with_70_and_the_reason(start):
+    status, text, _ = start(env={"TMPDIR": "/nowhere"})
+
+    assert status == 70
+    assert text == console.BANNER + console.DEST_CREATED + "File not found: /nowhere//Dest\n"
