@@ -1,0 +1,148 @@
+"""A discovery on the loopback interface, with displays played by the test."""
+
+import contextlib
+import socket
+
+import pytest
+
+from alive_packets import DESCRIPTOR, HEARTBEAT, answer
+from quendal_tools import packet
+from quendal_tools.discovery import Answered, Discovery, Heartbeat, Refused
+
+GROUP = "239.255.77.99"
+LOOPBACK = "127.0.0.1"
+
+
+class PlayedDisplay:
+    """Hears the group and answers as it is told."""
+
+    def __init__(self, port):
+        self.group = (GROUP, port)
+        self.socket = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+        self.socket.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+        self.socket.setsockopt(socket.IPPROTO_IP, socket.IP_MULTICAST_IF, socket.inet_aton(LOOPBACK))
+        self.socket.setsockopt(
+            socket.IPPROTO_IP, socket.IP_ADD_MEMBERSHIP, socket.inet_aton(GROUP) + socket.inet_aton(LOOPBACK))
+        self.socket.bind(self.group)
+        self.socket.settimeout(5)
+
+    def hear(self):
+        return packet.LcdPacket.parse(self.socket.recv(1000))
+
+    def heartbeat(self):
+        self.socket.sendto(HEARTBEAT, self.group)
+
+    def connect(self, request):
+        lines = dict(line.split("=") for line in request.file.data.decode("ascii").splitlines()[1:])
+        return socket.create_connection((lines["TCPserverIP"], int(lines["TCPserverPort"])), timeout=5)
+
+    def send(self, request, data):
+        with self.connect(request) as connection:
+            connection.sendall(data)
+
+
+def answer_to(request, descriptor=DESCRIPTOR):
+    words = {name: request.header[name] for name in ("request_word_a", "request_word_b")}
+    return answer(descriptor, header=words)
+
+
+@pytest.fixture(name="port")
+def _port():
+    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as probe:
+        probe.bind((LOOPBACK, 0))
+        return probe.getsockname()[1]
+
+
+@pytest.fixture(name="display")
+def _display(port):
+    display = PlayedDisplay(port)
+    with contextlib.closing(display.socket):
+        yield display
+
+
+@pytest.fixture(name="discovery")
+def _discovery(port):
+    with Discovery(GROUP, port, interface="lo") as discovery:
+        yield discovery
+
+
+def first_event(discovery):
+    return next(discovery.events(5))
+
+
+def test_an_answer_is_told_with_its_time(discovery, display):
+    discovery.ask(group=1)
+    request = display.hear()
+    display.send(request, answer_to(request))
+
+    event = first_event(discovery)
+    assert isinstance(event, Answered)
+    assert event.source == LOOPBACK
+    assert (event.descriptor.group, event.descriptor.column, event.descriptor.unit) == (1, 2, 3)
+    assert 0 < event.seconds < 5
+
+
+def test_the_time_counts_from_the_request_that_was_answered(discovery, display):
+    discovery.ask()
+    first = display.hear()
+    discovery.ask()
+    second = display.hear()
+    display.send(second, answer_to(second))
+    display.send(first, answer_to(first))
+
+    by_second, by_first = first_event(discovery), first_event(discovery)
+    assert by_first.seconds > by_second.seconds
+
+
+def test_an_answer_in_pieces_is_put_together(discovery, display):
+    discovery.ask()
+    request = display.hear()
+    data = answer_to(request)
+    with display.connect(request) as connection:
+        connection.sendall(data[:30])
+        assert list(discovery.events(0.1)) == []
+        connection.sendall(data[30:])
+
+    assert isinstance(first_event(discovery), Answered)
+
+
+@pytest.mark.parametrize(("data", "reason"), [
+    (lambda request: b"", "not one whole packet"),
+    (lambda request: bytes(4097), "an answer that is too long"),
+    (lambda request: answer(), "an answer to another request"),
+    (lambda request: answer_to(request, b"[Alive]"), "a descriptor that makes no sense"),
+])
+def test_what_is_no_answer_is_told_as_refused(discovery, display, data, reason):
+    discovery.ask()
+    request = display.hear()
+    display.send(request, data(request))
+
+    assert first_event(discovery) == Refused(LOOPBACK, reason)
+
+
+def test_a_reset_connection_is_told_as_refused(discovery, display):
+    discovery.ask()
+    with display.connect(display.hear()) as connection:
+        connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, b"\1\0\0\0\0\0\0\0")
+
+    assert first_event(discovery) == Refused(LOOPBACK, "a broken connection (Connection reset by peer)")
+
+
+def test_a_heartbeat_is_told_and_one_s_own_request_is_not(discovery, display):
+    discovery.ask()
+    display.heartbeat()
+
+    assert first_event(discovery) == Heartbeat(LOOPBACK)
+
+
+def test_the_last_datagram_of_a_discovery_is_no_request(port, display):
+    with Discovery(GROUP, port, interface=LOOPBACK) as discovery:
+        discovery.ask()
+    display.hear()
+
+    assert display.hear().status.command == packet.PLAIN_COMMAND
+
+
+def test_an_unknown_interface_is_named(port):
+    with pytest.raises(OSError, match="interface nowhere0: No such device"):
+        Discovery(GROUP, port, interface="nowhere0")
