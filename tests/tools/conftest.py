@@ -6,4 +6,25 @@
 import pathlib
 import sys
 
+import pytest
+
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "tools"))
+
+from quendal_tools import stick_media  # noqa: E402
+
+
+@pytest.fixture(name="files")
+def _files(tmp_path):
+    folder = tmp_path / "files"
+    folder.mkdir()
+    for name, content in (("Layout1.zip", b"layout"), ("clip.ts", bytes(range(256)) * 1000)):
+        (folder / name).write_bytes(content)
+    return folder / "Layout1.zip", folder / "clip.ts"
+
+
+@pytest.fixture(name="stick", params=["folder", "image"])
+def _stick(request, tmp_path):
+    """An empty stick of either kind."""
+    if request.param == "folder":
+        return stick_media.new_folder(tmp_path / "stick")
+    return stick_media.new_image(tmp_path / "stick.img", 8)

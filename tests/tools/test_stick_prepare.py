@@ -1,0 +1,126 @@
+"""Sticks prepared, as a folder and as an image."""
+
+import pathlib
+import subprocess
+import sys
+
+import pytest
+
+from quendal_tools import stick_forecast, stick_media, stick_prepare
+from quendal_tools.stick_media import StickError
+from quendal_tools.stick_prepare import Configuration
+from quendal_tools.stick_rules import LIST_NAME, Numbers
+
+TRANSMITTER = pathlib.Path(__file__).resolve().parents[2] / "tools/transmitter"
+OWN = Numbers(1, 2, 3)
+
+
+def test_a_prepared_stick_is_served_as_intended(stick, files):
+    configurations = [Configuration(OWN, files), Configuration(Numbers(0, 0, 0), files[:1], "FLDnCare.sys")]
+    stick_prepare.check(configurations)
+    stick_prepare.write(stick, configurations, ["KVBAK"])
+
+    exact, other = (stick_forecast.foresee(stick, own) for own in (OWN, Numbers(7, 8, 9)))
+    assert exact.copied == ["FileList.sys", "Layout1.zip", "clip.ts"]
+    assert exact.posted == ["START2RX", "RXCOMPLETE"]
+    assert other.copied == ["FLDnCare.sys", "Layout1.zip"]
+    assert other.posted == ["START2RXDUNCARE", "RXCOMPLETE"]
+    assert not exact.restarts
+    assert exact.steps[0] == "copies its whole application to KVBAK"
+    assert stick.read("KVCFG/1.2.3/clip.ts") == files[1].read_bytes()
+    assert stick.read(f"KVCFG/1.2.3/{LIST_NAME}") == (
+        b"[new_local_dist_task]\r\nfileList=1#0#FileList.sys;2#0#Layout1.zip;3#0#clip.ts\r\n")
+    assert stick.read("KVCFG/1.2.3/FileList.sys") == b"Layout1.zip\r\nclip.ts\r\n"
+
+
+def test_unannounced_files_have_no_control_file(stick, files):
+    stick_prepare.write(stick, [Configuration(OWN, files, None)])
+
+    forecast = stick_forecast.foresee(stick, OWN)
+    assert (forecast.copied, forecast.posted) == (["Layout1.zip", "clip.ts"], ["RXCOMPLETE"])
+
+
+def test_an_image_has_a_partition_with_a_sound_file_system(tmp_path, files):
+    stick_prepare.write(stick_media.new_image(tmp_path / "stick.img", 8), [Configuration(OWN, files)])
+
+    file_system = tmp_path / "partition.img"
+    file_system.write_bytes((tmp_path / "stick.img").read_bytes()[1 << 20:])
+    check = subprocess.run(["/usr/sbin/fsck.vfat", "-n", file_system], capture_output=True, text=True, check=False)
+    assert check.returncode == 0, check.stdout
+    assert stick_forecast.foresee(stick_media.existing(file_system), OWN).copied[-1] == "clip.ts"
+
+
+@pytest.mark.parametrize(("name", "reason"), [
+    ("a;b", "a list for FAT drives cannot hold that name"),
+    ("a#b", "a list for FAT drives cannot hold that name"),
+    ("${a}", "a list for FAT drives cannot hold that name"),
+    ("größe", "a list for FAT drives cannot hold that name"),
+    (" a", "a list for FAT drives cannot hold that name"),
+    ("a.", "a list for FAT drives cannot hold that name"),
+    ("a:b", "a list for FAT drives cannot hold that name"),
+    (LIST_NAME.lower(), "that is the name of the list of files"),
+    ("kvXferStop.sys", "that is the name of the stop marker"),
+    ("my_FileList.sys", "a control file of your own is not wanted: one is made of the files' names"),
+])
+def test_a_file_that_could_not_arrive_is_refused_before_anything_is_written(tmp_path, name, reason):
+    file = tmp_path / name
+    file.write_bytes(b"")
+
+    with pytest.raises(StickError) as refusal:
+        stick_prepare.check([Configuration(OWN, (file,))])
+    assert str(refusal.value) == f"{file}: {reason}"
+
+
+def test_files_and_displays_that_are_there_twice_are_refused(tmp_path, files):
+    (tmp_path / "CLIP.TS").write_bytes(b"")
+    with pytest.raises(StickError, match="that is the name of another file"):
+        stick_prepare.check([Configuration(OWN, (*files, tmp_path / "CLIP.TS"))])
+    with pytest.raises(StickError, match="there is no such file"):
+        stick_prepare.check([Configuration(OWN, (tmp_path / "gone",))])
+    with pytest.raises(StickError, match="the same display numbers are there twice"):
+        stick_prepare.check([Configuration(OWN, files), Configuration(OWN, ())])
+
+
+def test_nothing_that_is_there_is_overwritten(tmp_path, files):
+    image = tmp_path / "stick.img"
+    image.write_bytes(b"precious")
+    with pytest.raises(StickError, match="is there already"):
+        stick_media.new_image(image, 8)
+    with pytest.raises(StickError, match="is there already"):
+        stick_media.new_folder(files[0].parent)
+    assert image.read_bytes() == b"precious"
+
+
+@pytest.mark.parametrize("content", [b"", b"\0" * 4096, b"x" * 511 + b"\x55\xaa"])
+def test_what_is_no_image_of_a_drive_is_said_to_be_none(tmp_path, content):
+    image = tmp_path / "some.img"
+    image.write_bytes(content)
+
+    with pytest.raises(StickError, match="is no image of a FAT drive"):
+        stick_media.existing(image)
+
+
+def run_transmitter(*words):
+    return subprocess.run([sys.executable, TRANSMITTER, "stick", *words], capture_output=True, text=True, check=False)
+
+
+def test_the_command_prepares_and_checks(tmp_path, files):
+    image = tmp_path / "stick.img"
+    made = run_transmitter("prepare", image, "--mebibytes", "8", "--for", "1.2.0", *files, "--backup")
+    checked = run_transmitter("check", image, "1.2.3")
+
+    assert made.returncode == 0, made.stderr
+    assert made.stdout.startswith(f"{image} is prepared.\n")
+    assert checked.returncode == 0, checked.stderr
+    assert "  - copies FileList.sys, Layout1.zip, clip.ts to its target directory\n" in checked.stdout
+
+
+def test_an_image_that_is_too_small_is_not_left_behind(tmp_path, files):
+    image = tmp_path / "stick.img"
+    big = tmp_path / "big.bin"
+    big.write_bytes(bytes(3 << 20))
+    made = run_transmitter("prepare", image, "--mebibytes", "2", "--for", "1.2.3", *files, big)
+
+    assert made.returncode == 1
+    assert made.stderr.startswith("transmitter: ")
+    assert not image.exists()
