@@ -7,7 +7,7 @@ import pathlib
 import subprocess
 import tempfile
 
-from quendal_tools.namespace import DEFAULT_ENVIRONMENT
+from quendal_tools.namespace import DEFAULT_ENVIRONMENT, SandboxError
 
 SHELL = ["bash", "--norc", "--noprofile"]
 
@@ -16,19 +16,29 @@ _PC_NAMESPACES = ["--mount", "--net", "--pid"]
 _BOARD_NAMESPACES = [*_PC_NAMESPACES, "--ipc", "--uts"]
 
 
-def announce(board):
-    """Lets others find this board for as long as it is up."""
-    (board.pc.directory / _NOTE).write_text(json.dumps({"board": board.pid, "pc": board.pc.pid}))
+def announce(pc, boards):
+    """Lets others find these boards for as long as they are up."""
+    note = {"pc": pc.pid, "boards": [board.pid for board in boards]}
+    (pc.directory / _NOTE).write_text(json.dumps(note))
 
 
-def running_place(pc):
-    """Process 1 of the newest announced board of this user, or of its PC's side; None without one."""
+def running_place(pc, number=1):
+    """Process 1 of a board of the newest network that this user has announced, or of its PC's side.
+
+    The boards are numbered from 1. None when there is no such network.
+    """
     found = []
-    for note in pathlib.Path(tempfile.gettempdir()).glob(f"quendal-board-*/{_NOTE}"):
+    for path in pathlib.Path(tempfile.gettempdir()).glob(f"quendal-board-*/{_NOTE}"):
         with contextlib.suppress(OSError, ValueError):
-            found.append((note.stat().st_mtime, json.loads(note.read_text())["pc" if pc else "board"]))
-    alive = [process for _, process in sorted(found) if pathlib.Path(f"/proc/{process}").exists()]
-    return alive[-1] if alive else None
+            found.append((path.stat().st_mtime, json.loads(path.read_text())))
+    alive = [note for _, note in sorted(found, key=lambda pair: pair[0])
+             if pathlib.Path(f"/proc/{note['pc']}").exists()]
+    if not alive:
+        return None
+    boards = alive[-1]["boards"]
+    if not 1 <= number <= len(boards):
+        raise SandboxError(f"there is no board {number}; {len(boards)} are up")
+    return alive[-1]["pc"] if pc else boards[number - 1]
 
 
 def enter(process, words, pc):

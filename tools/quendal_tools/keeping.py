@@ -14,6 +14,13 @@ _HELP = """
   pull its cable out    {tools}/sandbox run --pc -- ip link set {cable} down     [dim](and up)[/dim]
   see its commands      cat {commands}
 """
+_FLEET_HELP = """
+[bold]{count} boards are up[/bold], {first} to {last}, until Ctrl-C. From another terminal:
+
+  find them             {tools}/sandbox run --pc -- {tools}/transmitter discover --watch
+  send one a file       {tools}/sandbox run --pc -- {tools}/transmitter send --host {first} --port {port} FILE
+  get a shell on one    {tools}/sandbox shell --board 1
+"""
 PORT = 50200
 
 
@@ -22,7 +29,7 @@ def keep_running(console, board, service, display, text_end=0, event_end=0):
 
     text_end and event_end say how much of either the screen has shown already.
     """
-    attach.announce(board)
+    attach.announce(board.pc, [board])
     console.print(_HELP.format(
         address=board.address, port=PORT, tools=TOOLS, target=board.path(TARGET), cable=board.cable_name,
         commands=board.path("/var/log/commands.log")), soft_wrap=True)
@@ -40,6 +47,23 @@ def keep_running(console, board, service, display, text_end=0, event_end=0):
             time.sleep(0.1)
     except KeyboardInterrupt:
         console.print("\nThe board is gone, and nothing is left of it.")
+
+
+def keep_fleet_running(console, fleet, services):
+    """Says how to play with the boards, and tells of each service that ends, until Ctrl-C."""
+    attach.announce(fleet.pc, fleet.boards)
+    console.print(_FLEET_HELP.format(
+        count=len(services), first=fleet.boards[0].address, last=fleet.boards[-1].address, tools=TOOLS, port=PORT),
+        soft_wrap=True)
+    running = dict(zip((board.address for board in fleet.boards), services))
+    try:
+        while running:
+            for address in [address for address, service in running.items() if not service.alive()]:
+                service = running.pop(address)
+                console.print(f"[red]The service at {address} has ended with status {service.returncode}.[/red]")
+            time.sleep(0.5)
+    except KeyboardInterrupt:
+        console.print("\nThe boards are gone, and nothing is left of them.")
 
 
 def clock(moment):

@@ -59,8 +59,9 @@ class Pc(Namespace):
 
     def add_board(self, address):
         """A name and a place on the host for one more board."""
-        self._boards.append(address)
-        cable = f"cable{len(self._boards)}"
+        with self._lock:
+            self._boards.append(address)
+            cable = f"cable{len(self._boards)}"
         return cable, self.directory / cable
 
     def connect(self, port, host=None, timeout=10):
