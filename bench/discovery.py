@@ -1,0 +1,119 @@
+#!/usr/bin/python3
+"""What being found costs: many boards on one bridge asked at once, and one board asked again and again.
+
+Everything runs in the sandbox, with all files in memory. Build first:
+
+    cmake --preset release && cmake --build --preset release
+    bench/discovery.py
+"""
+
+import argparse
+import contextlib
+import pathlib
+import statistics
+import sys
+import time
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+sys.path.insert(0, str(ROOT / "tools"))
+
+from quendal_tools.discovery import Answered, Discovery  # noqa: E402
+from quendal_tools.fleet import Fleet  # noqa: E402
+from quendal_tools.sandbox import Board  # noqa: E402
+
+# A display answers once in 6 whole seconds, and the first time 6 seconds after its start.
+SECONDS_BETWEEN_ANSWERS = 6.1
+SECONDS_FOR_ANSWERS = 4
+MEMORY = "/dev/shm"
+READY = "mc thread resume!"
+
+
+def answers(pc, seconds, wanted):
+    """One wildcard request: the time of each display's first answer, by its address, in milliseconds.
+
+    Ends at once when as many displays as wanted have answered.
+    """
+    times = {}
+    with Discovery(make_socket=pc.socket) as discovery:
+        discovery.ask()
+        for event in discovery.events(seconds):
+            if isinstance(event, Answered):
+                times.setdefault(event.source, event.seconds * 1000)
+            if len(times) == wanted:
+                break
+    return times
+
+
+def many_boards(binary, count, rounds, idle_seconds):
+    begin = time.monotonic()
+    with Fleet(count, base_dir=MEMORY) as fleet:
+        services = fleet.start_services(binary)
+        for service in services:
+            service.wait_for(READY, timeout=120)
+        print(f"{count} boards on one bridge, listening after {time.monotonic() - begin:.1f} s")
+        at_rest(services, idle_seconds)
+        for number in range(1, rounds + 1):
+            time.sleep(SECONDS_BETWEEN_ANSWERS)
+            times = answers(fleet.pc, SECONDS_FOR_ANSWERS, count).values()
+            print(f"wildcard request {number}: {len(times)} of {count} answered, {summary(times)}")
+
+
+def at_rest(services, seconds):
+    before = sum(service.cpu_seconds() for service in services)
+    time.sleep(seconds)
+    use = (sum(service.cpu_seconds() for service in services) - before) / seconds * 100
+    resident = [service.rss_kib() for service in services]
+    proportional = sum(proportional_kib(service.pid) for service in services)
+    print(f"at rest for {seconds} s: {use:.2f} % of a core for all, {use / len(services):.3f} % for one; memory "
+          f"{proportional / 1024:.0f} MiB for all with shared pages counted once, at most {max(resident)} KiB "
+          "resident for one")
+
+
+def proportional_kib(pid):
+    with open(f"/proc/{pid}/smaps_rollup", encoding="ascii") as file:
+        return next(int(line.split()[1]) for line in file if line.startswith("Pss:"))
+
+
+def one_board(binary, boards, rounds):
+    """Boards with a network of their own each, asked one after the other: none has to share its answer's time."""
+    times, silent = [], 0
+    with contextlib.ExitStack() as stack:
+        places = [stack.enter_context(Board(base_dir=MEMORY)) for _ in range(boards)]
+        for service in [board.start_service(binary) for board in places]:
+            service.wait_for(READY, timeout=60)
+        asked_at = dict.fromkeys(places, time.monotonic())
+        for _ in range(rounds):
+            for board in places:
+                time.sleep(max(0, asked_at[board] + SECONDS_BETWEEN_ANSWERS - time.monotonic()))
+                answered = answers(board.pc, SECONDS_FOR_ANSWERS, 1)
+                asked_at[board] = time.monotonic()
+                times += answered.values()
+                silent += not answered
+    print(f"one board, {boards * rounds} requests: {summary(times)}, without an answer: {silent}")
+
+
+def summary(times):
+    if not times:
+        return "no times"
+    ordered = sorted(times)
+    return (f"median {statistics.median(ordered):.2f} ms, 95 % within {ordered[int(len(ordered) * 0.95)]:.2f} ms, "
+            f"worst {ordered[-1]:.2f} ms")
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--build", default=ROOT / "build/release", type=pathlib.Path, help="build directory")
+    parser.add_argument("--boards", default=100, type=int, help="boards on the one bridge (default: 100)")
+    parser.add_argument("--rounds", default=5, type=int, help="wildcard requests to all of them (default: 5)")
+    parser.add_argument("--idle-seconds", default=30, type=int, help="how long to watch them idle (default: 30)")
+    parser.add_argument("--samples", default=200, type=int,
+                        help="requests to single boards, 20 of which take turns (default: 200)")
+    given = parser.parse_args()
+
+    binary = given.build / "Quendal_L"
+    many_boards(binary, given.boards, given.rounds, given.idle_seconds)
+    one_board(binary, 20, -(-given.samples // 20))
+
+
+if __name__ == "__main__":
+    main()
