@@ -6,6 +6,8 @@ import time
 from rich.table import Table
 
 from quendal_tools.board_files import TARGET
+from quendal_tools.discovery import Answered, Discovery
+from quendal_tools.found_displays import FoundDisplays
 from quendal_tools.keeping import PORT, clock
 from quendal_tools.progress import transfer_progress
 from quendal_tools.transmitter import LIST_FILE, STOP_MARKER, Transmitter, list_text
@@ -17,6 +19,8 @@ _MEANINGS = {
     "RXCOMPLETE": "the transfer is complete",
 }
 _WAKE_UP_TIMEOUT = 15
+_ANSWER_TIMEOUT = 15
+_SECONDS_BETWEEN_REQUESTS = 0.5
 _LAST_LINES = 8
 
 
@@ -35,6 +39,26 @@ class Story:
     def link_up(self):
         self._console.print("\n[bold]The service is started and looks for its network.[/bold]")
         self._await("NETW_UP")
+
+    def discover(self):
+        """The transmitter finds the board, which has to say the right things about itself."""
+        self._console.print("\n[bold]The transmitter asks by multicast which displays are there.[/bold] "
+                            "A display answers from 6 s after its start on.", soft_wrap=True)
+        found = FoundDisplays()
+        deadline = time.monotonic() + _ANSWER_TIMEOUT
+        with Discovery(make_socket=self._board.pc.socket) as discovery:
+            while not found.answered() and time.monotonic() < deadline:
+                discovery.ask()
+                for event in discovery.events(_SECONDS_BETWEEN_REQUESTS):
+                    if isinstance(event, Answered):
+                        found.note(event)
+        if not found.answered():
+            raise Failure(f"No display answered within {_ANSWER_TIMEOUT} s; {self._last_words()}")
+        self._console.print(found.table())
+        who = found.answered()[0].descriptor
+        if (who.address, who.hardware_address) != (self._board.address, self._board.hardware_address):
+            raise Failure(f"The display says that it is {who.address}, {who.hardware_address}, instead of "
+                          f"{self._board.address}, {self._board.hardware_address}.")
 
     def transfer(self, paths):
         self._console.print("\n[bold]The transmitter connects and sends a package.[/bold]")
