@@ -37,20 +37,20 @@ std::string secondsNow() {
   return std::to_string(now / kMillisecondsPerSecond) + "." + fraction;
 }
 
-[[noreturn]] void tellWakeUps(int semId, const std::string& event) {
+// Returns only when the semaphore is gone.
+void tellWakeUps(int semId, const std::string& event) {
   sembuf take{0, -1, 0};
   while (semop(semId, &take, 1) == 0) {
     print(secondsNow() + "\t" + event + "\n");
   }
   std::perror("semwatch");
-  std::exit(EXIT_FAILURE);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
   if (argc != 2) {
-    std::fputs("usage: semwatch FILE\n", stderr);
+    print("usage: semwatch FILE\n");
     return EXIT_FAILURE;
   }
   std::array<int, kEvents.size()> semIds{};
@@ -67,6 +67,7 @@ int main(int argc, char** argv) {
   for (std::size_t i = 0; i < kEvents.size(); ++i) {
     if (fork() == 0) {
       tellWakeUps(semIds.at(i), kEvents.at(i));
+      return EXIT_FAILURE;
     }
   }
   return EXIT_SUCCESS;

@@ -163,9 +163,8 @@ class EmulatedBoard:
             self._qmp = Qmp(self.directory / "qmp", _START_TIMEOUT)
             self._forwarded_port = self._forward_port(50200)
             self._commands = GuestChannel(self.directory / "commands")
-        except (QmpError, TimeoutError, OSError) as error:
-            raise EmulatorUnavailable(
-                f"QEMU does not start ({error}): {self._output('qemu-errors').read_text().strip()}") from error
+        except (TimeoutError, OSError) as error:
+            raise QmpError(f"QEMU does not start: {self._output('qemu-errors').read_text().strip() or error}") from error
 
     def _qemu_command(self):
         at = self.directory

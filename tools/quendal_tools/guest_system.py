@@ -8,6 +8,7 @@ import lzma
 import os
 import pathlib
 import re
+import shutil
 import struct
 import subprocess
 import tarfile
@@ -24,6 +25,7 @@ _PACKAGES = (
     "net-tools iproute2 dhcpcd-base "
     "libpocofoundation80 libpocoutil80 libpoconet80 libpcap0.8").split()
 
+# The board's drivers, and the tables of letters that the FAT driver asks for when a stick is mounted.
 _MODULES = (
     "virtio_pci virtio_console e1000 xhci_pci usb_storage sd_mod "
     "vfat nls_cp437 nls_ascii nls_utf8 nls_iso8859_1").split()
@@ -36,29 +38,31 @@ _MERGED = ("bin", "sbin", "lib", "lib64")
 # Links that the packages' own scripts would make.
 _LINKS = {"usr/bin/awk": "mawk", "etc/mtab": "../proc/self/mounts"}
 
-_LAYOUT_VERSION = 1
-
 
 class GuestSystemError(Exception):
     """The emulated board's system cannot be made here."""
 
 
+def system():
+    """Where the system is kept; the name tells by which recipe it was made, so that a changed one makes it anew."""
+    recipe = pathlib.Path(__file__).read_bytes()
+    return DIRECTORY / f"system-{hashlib.sha256(recipe).hexdigest()[:8]}"
+
+
 def kernel():
-    return DIRECTORY / "vmlinux"
+    return system() / "vmlinux"
 
 
 def base():
-    """The archive's name tells what it was made from, so that a changed recipe makes a new one."""
-    recipe = repr((_PACKAGES, _MODULES, _LEFT_OUT.pattern, _LINKS, _LAYOUT_VERSION))
-    return DIRECTORY / f"base-{hashlib.sha256(recipe.encode()).hexdigest()[:8]}.cpio"
+    return system() / "base.cpio"
 
 
 def is_ready():
-    return kernel().exists() and base().exists()
+    return system().exists()
 
 
 def make():
-    """Downloads the packages and makes both files; each appears only when it is whole."""
+    """Downloads the packages and makes both files, which appear only when they are whole."""
     DIRECTORY.mkdir(parents=True, exist_ok=True)
     with tempfile.TemporaryDirectory(dir=DIRECTORY) as scratch:
         packages = _download(pathlib.Path(scratch, "packages"))
@@ -66,9 +70,14 @@ def make():
         tree = pathlib.Path(scratch, "kernel")
         _run("dpkg-deb", "--extract", image, tree)
         (compressed,) = tree.glob("boot/vmlinuz-*")
-        _write_whole(kernel(), lambda file: file.write(_unpacked_kernel(compressed.read_bytes())))
-        modules = _selected_modules(tree)
-        _write_whole(base(), lambda file: _write_base(file, packages, modules))
+        finished = pathlib.Path(scratch, "finished")
+        finished.mkdir()
+        (finished / kernel().name).write_bytes(_unpacked_kernel(compressed.read_bytes()))
+        with (finished / base().name).open("wb") as file:
+            _write_base(file, packages, _selected_modules(tree))
+        for old in DIRECTORY.glob("system-*"):
+            shutil.rmtree(old)
+        finished.rename(system())
 
 
 def _run(*command, **options):
@@ -87,13 +96,6 @@ def _download(directory):
          "-o", f"Dir::State::status={nothing_installed}", "-o", f"Dir::Cache::archives={directory}",
          "-o", "Debug::NoLocking=1", "-o", "APT::Sandbox::User=", "install", *_PACKAGES)
     return sorted(directory.glob("*.deb"))
-
-
-def _write_whole(path, write):
-    unfinished = path.with_suffix(f".{os.getpid()}")
-    with unfinished.open("wb") as file:
-        write(file)
-    unfinished.rename(path)
 
 
 def _unpacked_kernel(image):
@@ -137,6 +139,7 @@ def _write_base(file, packages, modules):
         _add_package(archive, package)
     for path, content in modules.items():
         archive.file(path, content)
+    archive.file("etc/modules", "\n".join(_MODULES) + "\n")
     for path, target in _LINKS.items():
         archive.link(path, target)
     archive.close()
