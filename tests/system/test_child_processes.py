@@ -60,9 +60,10 @@ def test_command_run_while_connections_are_open_inherits_none_of_them(witnessed)
 def test_dhcp_client_can_be_stopped_by_sigterm_and_the_service_goes_on(make_rig):
     rig = make_rig(before_start=lambda board: board.replace_command("dhcpcd", SLEEPER))
     rig.service.wait_for("dhcpcd up eth0 cmd rc code", timeout=20)
-    wait_until(rig.board.path("/tmp/sleeper").exists, 10, "the client's start")
+    noted = rig.board.path("/tmp/sleeper")
+    process = wait_until(lambda: noted.exists() and noted.read_text().strip(), 10, "the client's start")
 
-    rig.board.run(["kill", f"-{signal.SIGTERM}", rig.board.path("/tmp/sleeper").read_text().strip()], check=True)
+    rig.board.run(["kill", f"-{signal.SIGTERM}", process], check=True)
 
     # The wait status of the shell, which says that a signal has ended its program, and in a word, too.
     rig.service.wait_for(f"cmd rc codeTerminated\n{(128 + signal.SIGTERM) << 8}", timeout=10)
