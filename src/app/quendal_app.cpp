@@ -8,6 +8,7 @@
 #include "maintenance/main_task.h"
 #include "multicast/mc_task.h"
 #include "transfer/data_task.h"
+#include "video/video_mc_watch_init_task.h"
 #include "video/video_mc_watch_task.h"
 
 #include <Poco/TaskManager.h>

@@ -134,9 +134,9 @@ extern Flag logDataMode;      // raw data is exported and not the logs: MainTask
 extern Counter videoPacketCount;       // written by the capture, read by VideoMcWatchTask
 extern Counter videoPacketsPerSecond;  // VideoMcWatchTask
 extern Counter videoIdleSeconds;       // VideoMcWatchTask
-extern Flag videoWatchEnabled;         // read by VideoMcWatchTask
-extern Flag videoCaptureReopenReq;     // read and cleared by VideoMcWatchInitTask
-extern std::string videoMcAddress;     // read by VideoMcWatchInitTask
+extern Flag videoWatchEnabled;         // set by the start-up, read by VideoMcWatchTask
+extern Flag videoCaptureReopenReq;     // set by the start-up, read by both, cleared by VideoMcWatchInitTask
+extern std::string videoMcAddress;     // written by the start-up, read by VideoMcWatchInitTask
 
 }  // namespace shared
 }  // namespace quendal

@@ -5,6 +5,7 @@
 #include "app/shared_state.h"
 #include "app/startup_reports.h"
 #include "network/address_setup.h"
+#include "video/video_source.h"
 
 #include <Poco/AutoPtr.h>
 #include <Poco/Exception.h>
@@ -119,6 +120,12 @@ void readTargets(const IniFileConfiguration& ini) {
   shared::usbSourceListFile = ini.getString("Tessane Param.usbSourceListFile", shared::usbSourceListFile);
 }
 
+void readVideoStream(const IniFileConfiguration& ini) {
+  if (ini.hasProperty("Tessane Param.videoMcIp")) {
+    watchVideoStream(ini.getString("Tessane Param.videoMcIp"));
+  }
+}
+
 void readServiceIni() {
   const IniFile ini(new IniFileConfiguration(kServiceIni));
   const std::string group = ini->getString("Tessane Param.lcdMcastIp");
@@ -129,6 +136,7 @@ void readServiceIni() {
   reportDipSwitch();
   reportOrientation();
   readTargets(*ini);
+  readVideoStream(*ini);
 }
 
 }  // namespace

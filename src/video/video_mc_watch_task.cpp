@@ -1,26 +1,39 @@
 #include "video/video_mc_watch_task.h"
 
 #include "app/shared_state.h"
+#include "ipc/semaphore_table.h"
+#include "video/silence_rule.h"
+#include "video/video_capture.h"
 
 namespace quendal {
 namespace {
 
-constexpr long kFlagPollMs = 1000;
+constexpr long kSampleMs = 1000;
 
 }  // namespace
 
 VideoMcWatchTask::VideoMcWatchTask() : ServiceTask("VideoMcWatchTask") {}
 
 void VideoMcWatchTask::runTask() {
-  while (!shared::stopReq && !sleepMs(kFlagPollMs)) {
+  while (!shared::stopReq && !sleepMs(kSampleMs)) {
+    if (shared::linkUp && shared::videoWatchEnabled) {
+      watchOneSecond();
+    }
+    if (shared::videoCaptureReopenReq) {
+      videoCapture.breakLoop();
+    }
   }
 }
 
-VideoMcWatchInitTask::VideoMcWatchInitTask() : ServiceTask("VideoMcWatchInitTask") {}
-
-void VideoMcWatchInitTask::runTask() {
-  while (!shared::stopReq && !sleepMs(kFlagPollMs)) {
+void VideoMcWatchTask::watchOneSecond() {
+  const std::uint32_t count = shared::videoPacketCount;
+  const StreamSample sample = sampleStream(previousCount, count, shared::videoIdleSeconds);
+  shared::videoPacketsPerSecond = sample.packetsPerSecond;
+  shared::videoIdleSeconds = sample.idleSeconds;
+  if (sample.silent) {
+    postIpcSemaphore(kNetworkUtilityDown);
   }
+  previousCount = count;
 }
 
 }  // namespace quendal

@@ -1,22 +1,27 @@
-// The video watch tasks: they follow the stop.
+// The watch on the video stream: samples the packet count and tells the display of a silent stream.
 #pragma once
 
 #include "app/service_task.h"
 
+#include <cstdint>
+
 namespace quendal {
 
-/// Will sample the count of video packets; ends with `stopReq` or cancellation.
+/// While the link is up and the watch is switched on, looks once a second at the number of packets
+/// that the capture has counted, and posts NETW_UTIL_DN by the silence rule (silence_rule.h).
+///
+/// It also breaks the capture's loop when a re-open is requested, since the thread in that loop sees
+/// neither flags nor time. Ends with `stopReq` or cancellation.
 class VideoMcWatchTask : public ServiceTask {
  public:
   VideoMcWatchTask();
-  void runTask() override;
-};
 
-/// Will hold the packet capture; ends with `stopReq` or cancellation.
-class VideoMcWatchInitTask : public ServiceTask {
- public:
-  VideoMcWatchInitTask();
   void runTask() override;
+
+ private:
+  void watchOneSecond();
+
+  std::uint32_t previousCount = 0;
 };
 
 }  // namespace quendal

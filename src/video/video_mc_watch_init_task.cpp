@@ -1,0 +1,47 @@
+#include "video/video_mc_watch_init_task.h"
+
+#include "app/console.h"
+#include "app/shared_state.h"
+#include "video/video_capture.h"
+
+namespace quendal {
+namespace {
+
+constexpr long kCycleMs = 100;
+
+}  // namespace
+
+VideoMcWatchInitTask::VideoMcWatchInitTask() : ServiceTask("VideoMcWatchInitTask") {}
+
+void VideoMcWatchInitTask::runTask() {
+  console::line("Video Mc Watch Init Task starting up...");
+  while (!mustStop()) {
+    if (shared::linkUp) {
+      serveCapture();
+    }
+    sleepMs(kCycleMs);
+  }
+  videoCapture.close();
+}
+
+void VideoMcWatchInitTask::serveCapture() {
+  if (shared::videoCaptureReopenReq.exchange(false)) {
+    videoCapture.open(shared::netIfName, shared::videoMcAddress);
+  }
+  if (shared::linkUp && videoCapture.isOpen() && !mustStop()) {
+    videoCapture.run();
+  }
+}
+
+// The cancellation is noted before the loop is broken: a capture that is being opened meanwhile is not
+// there to be broken yet, and the task's thread looks at the note once it is.
+void VideoMcWatchInitTask::cancel() {
+  ServiceTask::cancel();
+  videoCapture.breakLoop();
+}
+
+bool VideoMcWatchInitTask::mustStop() const {
+  return shared::stopReq || isCancelRequested();
+}
+
+}  // namespace quendal
