@@ -1,0 +1,190 @@
+// The capture on real packets. The kernel hands a few packets over only after its one-second time-out,
+// so a test that waits for one takes about that long.
+
+#include "video/video_capture.h"
+
+#include "app/shared_state.h"
+#include "support/error_stream_capture.h"
+#include "support/eventually.h"
+#include "unit/video/capture_network.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <future>
+#include <thread>
+
+namespace quendal {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr const char* kGroup = "239.255.77.2";
+constexpr const char* kOtherGroup = "239.255.77.3";
+constexpr const char* kOpened = "\npcap_open_live OK!\n\nhandle ether, DLT: 1";
+
+class VideoCaptureOnACable : public testing::Test {
+ protected:
+  void SetUp() override {
+    plugCable();
+    shared::videoPacketCount = 0;
+  }
+  void TearDown() override { removeCable(); }
+
+  // The owner's part, on a thread of its own; the result is run's.
+  std::future<bool> openAndRun() {
+    capture.open(kWatchedInterface, kGroup);
+    return std::async(std::launch::async, [this] { return capture.run(); });
+  }
+
+  // The thread is then waiting for the next packet.
+  void awaitCount(std::uint32_t count) {
+    ASSERT_TRUE(eventually([=] { return shared::videoPacketCount == count; })) << shared::videoPacketCount;
+  }
+
+  VideoCapture capture;
+};
+
+TEST_F(VideoCaptureOnACable, CountsEveryPacketToTheGroupAndNoOther) {
+  std::future<bool> running = openAndRun();
+  const StreamSender sender;
+
+  for (int round = 0; round < 100; ++round) {
+    sender.send(kOtherGroup, 3);
+    sender.send(kGroup, 50);
+    sender.send("192.0.2.1", 3);
+  }
+
+  awaitCount(5000);
+  sender.send(kOtherGroup, 100);
+  sender.send(kGroup, 1);
+  awaitCount(5001);
+  capture.breakLoop();
+  EXPECT_TRUE(running.get());
+}
+
+TEST_F(VideoCaptureOnACable, ABreakEndsItWhileNoPacketComes) {
+  std::future<bool> running = openAndRun();
+  StreamSender().send(kGroup, 1);
+  awaitCount(1);
+
+  capture.breakLoop();
+
+  ASSERT_EQ(running.wait_for(500ms), std::future_status::ready);
+  EXPECT_TRUE(running.get());
+  EXPECT_TRUE(capture.isOpen());
+}
+
+TEST_F(VideoCaptureOnACable, ABreakBeforeTheRunEndsTheRun) {
+  capture.open(kWatchedInterface, kGroup);
+  capture.breakLoop();
+
+  EXPECT_TRUE(capture.run());
+}
+
+TEST_F(VideoCaptureOnACable, ABrokenCaptureRunsOnAndCountsWhatCameMeanwhile) {
+  capture.open(kWatchedInterface, kGroup);
+  capture.breakLoop();
+  EXPECT_TRUE(capture.run());
+
+  StreamSender().send(kGroup, 10);
+  std::future<bool> running = std::async(std::launch::async, [this] { return capture.run(); });
+  awaitCount(10);
+  capture.breakLoop();
+  EXPECT_TRUE(running.get());
+}
+
+TEST_F(VideoCaptureOnACable, NoBreakIsLostWheneverItComes) {
+  capture.open(kWatchedInterface, kGroup);
+
+  for (int round = 0; round < 300; ++round) {
+    std::future<bool> running = std::async(std::launch::async, [this] { return capture.run(); });
+    std::this_thread::sleep_for(std::chrono::microseconds(round));
+    capture.breakLoop();
+    ASSERT_EQ(running.wait_for(5s), std::future_status::ready) << "round " << round;
+    EXPECT_TRUE(running.get());
+  }
+}
+
+TEST_F(VideoCaptureOnACable, MayBeBrokenWhileItIsOpenedAndClosed) {
+  std::atomic<bool> done = false;
+  std::thread breaking([&] {
+    while (!done) {
+      capture.breakLoop();
+    }
+  });
+
+  for (int round = 0; round < 10; ++round) {
+    capture.open(kWatchedInterface, kGroup);
+    EXPECT_TRUE(capture.run());
+    capture.close();
+  }
+  done = true;
+  breaking.join();
+}
+
+TEST_F(VideoCaptureOnACable, ALinkThatIsDownIsWaitedFor) {
+  std::future<bool> running = openAndRun();
+  runIp("link set sender0 down");
+  runIp("link set watch0 down");
+  runIp("link set watch0 up");
+  runIp("link set sender0 up");
+
+  StreamSender().send(kGroup, 1);
+
+  awaitCount(1);
+  capture.breakLoop();
+  EXPECT_TRUE(running.get());
+}
+
+TEST_F(VideoCaptureOnACable, ABreakEndsItWhileTheInterfaceIsDown) {
+  std::future<bool> running = openAndRun();
+  runIp("link set watch0 down");
+
+  capture.breakLoop();
+
+  ASSERT_EQ(running.wait_for(500ms), std::future_status::ready);
+  EXPECT_TRUE(running.get());
+}
+
+TEST_F(VideoCaptureOnACable, FailsWhenTheInterfaceGoes) {
+  std::future<bool> running = openAndRun();
+
+  removeCable();
+
+  ASSERT_EQ(running.wait_for(5s), std::future_status::ready);
+  EXPECT_FALSE(running.get());
+  EXPECT_FALSE(capture.run()) << "and again when it is tried again";
+}
+
+TEST_F(VideoCaptureOnACable, ReportsWhatItHasOpened) {
+  const ErrorStreamCapture errors;
+
+  capture.open(kWatchedInterface, kGroup);
+
+  EXPECT_TRUE(capture.isOpen());
+  EXPECT_EQ(errors.text(), kOpened);
+}
+
+TEST_F(VideoCaptureOnACable, AFilterThatDoesNotCompileIsReportedAndLeavesNoCapture) {
+  capture.open(kWatchedInterface, kGroup);
+  const ErrorStreamCapture errors;
+
+  capture.open(kWatchedInterface, "");
+
+  EXPECT_FALSE(capture.isOpen());
+  EXPECT_EQ(errors.text(), std::string(kOpened) + "\npcap_compile, err:can't parse filter expression: syntax error");
+}
+
+TEST_F(VideoCaptureOnACable, AFailedOpenClosesTheFormerCaptureToo) {
+  capture.open(kWatchedInterface, kGroup);
+  const ErrorStreamCapture errors;
+
+  capture.open("nosuchlink0", kGroup);
+
+  EXPECT_FALSE(capture.isOpen());
+  EXPECT_EQ(errors.text(), "\npcap_open_live, err:nosuchlink0: No such device exists (No such device exists)");
+}
+
+}  // namespace
+}  // namespace quendal

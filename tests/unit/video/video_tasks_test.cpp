@@ -1,0 +1,80 @@
+// Both watch tasks together on real packets and in real time.
+
+#include "app/shared_state.h"
+#include "support/error_stream_capture.h"
+#include "support/eventually.h"
+#include "unit/video/capture_network.h"
+#include "video/video_mc_watch_init_task.h"
+#include "video/video_mc_watch_task.h"
+#include "video/video_source.h"
+
+#include <Poco/TaskManager.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+
+namespace quendal {
+namespace {
+
+constexpr const char* kGroup = "239.255.77.2";
+constexpr const char* kOtherGroup = "239.255.77.3";
+constexpr const char* kOpened = "\npcap_open_live OK!\n\nhandle ether, DLT: 1";
+constexpr const char* kStarting = "\nVideo Mc Watch Init Task starting up...";
+
+class VideoTasks : public testing::Test {
+ protected:
+  void SetUp() override {
+    plugCable();
+    shared::netIfName = kWatchedInterface;
+    shared::linkUp = true;
+    watchVideoStream(kGroup);
+    tasks.start(new VideoMcWatchTask);
+    tasks.start(new VideoMcWatchInitTask);
+    ASSERT_TRUE(errors.waitFor(kOpened));
+  }
+
+  void TearDown() override {
+    tasks.cancelAll();
+    tasks.joinAll();
+    removeCable();
+  }
+
+  // The filter comes into force a moment after the message, so the first packets may not count.
+  static void expectCounted(const std::string& group) {
+    const std::uint32_t before = shared::videoPacketCount;
+    EXPECT_TRUE(eventually([&] {
+      StreamSender().send(group, 1);
+      return shared::videoPacketCount > before;
+    }));
+  }
+
+  ErrorStreamCapture errors;
+  Poco::TaskManager tasks;
+};
+
+TEST_F(VideoTasks, CountTheStream) {
+  expectCounted(kGroup);
+
+  EXPECT_TRUE(eventually([] { return shared::videoPacketsPerSecond > 0; }));
+}
+
+TEST_F(VideoTasks, EndAtOnceOnASilentInterface) {
+  const auto begin = std::chrono::steady_clock::now();
+
+  tasks.cancelAll();
+  tasks.joinAll();
+
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1));
+}
+
+TEST_F(VideoTasks, NoticeARequestToReopenInASilentCapture) {
+  shared::videoMcAddress = kOtherGroup;
+  shared::videoCaptureReopenReq = true;
+
+  ASSERT_TRUE(errors.waitFor(std::string(kOpened) + kOpened)) << errors.text();
+  expectCounted(kOtherGroup);
+  EXPECT_EQ(errors.text(), std::string(kStarting) + kOpened + kOpened);
+}
+
+}  // namespace
+}  // namespace quendal
