@@ -135,7 +135,7 @@ extern Counter videoPacketCount;       // written by the capture, read by VideoM
 extern Counter videoPacketsPerSecond;  // VideoMcWatchTask
 extern Counter videoIdleSeconds;       // VideoMcWatchTask
 extern Flag videoWatchEnabled;         // set by the start-up, read by VideoMcWatchTask
-extern Flag videoCaptureReopenReq;     // set by the start-up, read by both, cleared by VideoMcWatchInitTask
+extern Flag videoCaptureReopenReq;     // set by the start-up and the init task, which also clears it
 extern std::string videoMcAddress;     // written by the start-up, read by VideoMcWatchInitTask
 
 }  // namespace shared

@@ -4,10 +4,21 @@
 #include "app/shared_state.h"
 #include "video/video_capture.h"
 
+#include <Poco/Net/NetException.h>
+#include <Poco/Net/NetworkInterface.h>
+
 namespace quendal {
 namespace {
 
 constexpr long kCycleMs = 100;
+
+bool isInterfaceUp(const std::string& name) {
+  try {
+    return Poco::Net::NetworkInterface::forName(name).isUp();
+  } catch (const Poco::Net::InterfaceNotFoundException&) {
+    return false;
+  }
+}
 
 }  // namespace
 
@@ -29,7 +40,15 @@ void VideoMcWatchInitTask::serveCapture() {
     videoCapture.open(shared::netIfName, shared::videoMcAddress);
   }
   if (shared::linkUp && videoCapture.isOpen() && !mustStop()) {
-    videoCapture.run();
+    runCapture();
+  }
+}
+
+// A capture that failed never sees its interface again, not even when one of the same name comes back
+// in its place. Until then it is tried in every cycle and fails in every one.
+void VideoMcWatchInitTask::runCapture() {
+  if (!videoCapture.run() && isInterfaceUp(shared::netIfName)) {
+    shared::videoCaptureReopenReq = true;
   }
 }
 

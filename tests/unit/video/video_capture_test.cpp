@@ -49,16 +49,17 @@ TEST_F(VideoCaptureOnACable, CountsEveryPacketToTheGroupAndNoOther) {
   std::future<bool> running = openAndRun();
   const StreamSender sender;
 
+  // No more than the capture's buffer holds, so that a busy machine loses none either.
   for (int round = 0; round < 100; ++round) {
     sender.send(kOtherGroup, 3);
-    sender.send(kGroup, 50);
+    sender.send(kGroup, 20);
     sender.send("192.0.2.1", 3);
   }
 
-  awaitCount(5000);
+  awaitCount(2000);
   sender.send(kOtherGroup, 100);
   sender.send(kGroup, 1);
-  awaitCount(5001);
+  awaitCount(2001);
   capture.breakLoop();
   EXPECT_TRUE(running.get());
 }
