@@ -1,22 +1,174 @@
 #include "multicast/mc_task.h"
 
+#include "app/console.h"
+#include "app/platform.h"
 #include "app/shared_state.h"
+#include "multicast/alive_check.h"
+#include "multicast/datagram.h"
+#include "multicast/mc_schedule.h"
+#include "multicast/mc_socket.h"
+#include "multicast/replies.h"
+#include "multicast/reply_packet.h"
+#include "multicast/temporary_data.h"
+
+#include <Poco/Exception.h>
+#include <Poco/Net/NetException.h>
+#include <Poco/Net/SocketAddress.h>
+#include <Poco/TemporaryFile.h>
+
+#include <string>
 
 namespace quendal {
 namespace {
 
-constexpr long kFlagPollMs = 1000;
+constexpr long kPauseMs = 1000;
+
+// Takes the socket over from MainTask; false: it must stay closed. The request is looked at again
+// behind `mcPaused`: MainTask may have raised it in between and seen us still paused.
+bool takeSocketOver() {
+  if (shared::mcPauseReq) {
+    return false;
+  }
+  shared::mcPaused = false;
+  if (!shared::mcPauseReq) {
+    return true;
+  }
+  shared::mcPaused = true;
+  return false;
+}
+
+bool openSocket() {
+  console::line("McTask: trigger has arrived, init/re-init mc socket...");
+  const bool isOpen = openMulticastSocket();
+  console::write("mc thread resume!\n");
+  return isOpen;
+}
+
+void pause() {
+  console::line("McTask: triggered to pause, closing sock...");
+  closeMulticastSocket();
+  shared::mcPaused = true;
+  console::line("McTask paused");
+}
+
+void saveFileData(std::span<const std::byte> data) {
+  std::string& path = shared::mcRxRecord.filePath;
+  path = Poco::TemporaryFile::tempName();
+  if (!saveTemporaryData(path, data)) {
+    console::line("file open failed when saving Rx file element");
+    path.clear();  // what stands there is not ours: neither to read nor to remove
+  }
+}
+
+bool isRelaunchHour() {
+  *shared::cycleTimestamp = platform::now();
+  shared::cycleDateTime = *shared::cycleTimestamp;
+  const int hour = shared::cycleDateTime.hour();
+  if (!isRelaunchDue(hour, shared::lastRelaunchHour, shared::mcRstHrFactor)) {
+    return false;
+  }
+  shared::lastRelaunchHour = hour;
+  console::write("relauching mcast thread at hour:" + std::to_string(hour) + "...");
+  return true;
+}
 
 }  // namespace
 
 McTask::McTask() : ServiceTask("McTask") {}
 
 void McTask::runTask() {
+  // Lives as long as the process: senders may read it until the end.
+  shared::mcBindAddress = new Poco::Net::SocketAddress(shared::mcGroupAddress.toString(), shared::mcPort);
   while (!mustStop()) {
-    shared::mcPaused = shared::mcPauseReq.load();
-    sleepMs(kFlagPollMs);
+    try {
+      if (waitForRelease()) {
+        receiveUntilPause(openSocket());
+      }
+    } catch (const std::exception& failure) {
+      console::failure("McTask: Exception Met!", failure);
+      sleepMs(kPauseMs);
+    }
+    pause();
   }
-  shared::mcPaused = true;
+  console::line("McTask ceased to operate");
+}
+
+// Waits while the socket has to stay closed; false: the task has to end.
+bool McTask::waitForRelease() {
+  while (!takeSocketOver()) {
+    if (sleepMs(kPauseMs) || mustStop()) {
+      break;
+    }
+  }
+  return !mustStop();
+}
+
+// One open period of the socket, also of one that could not be opened.
+void McTask::receiveUntilPause(bool isOpen) {
+  unsigned timeoutCount = 0;  // of this period: datagrams do not reset it
+  while (!mustPause()) {
+    const Reception reception = receiveDatagram(isOpen);
+    if (reception == Reception::kTimeout && isHeartbeatDue(++timeoutCount)) {
+      sendHeartbeat();
+    }
+    // Asked of the last datagram and not of this reception: after a time-out or an error the one before
+    // is handled once more. This is required, and the alive check keeps the answers apart.
+    if (lastLength_ > 0) {
+      handleDatagram();
+    }
+    if (lastLength_ <= 0 || reception == Reception::kFailure) {
+      sleepMs(kPauseMs);
+    }
+    if (isRelaunchHour()) {
+      return;
+    }
+  }
+}
+
+McTask::Reception McTask::receiveDatagram(bool isOpen) {
+  try {
+    if (!isOpen) {
+      // Without its time-outs, the socket would hold this thread for ever.
+      throw Poco::Net::InvalidSocketException("not bound, or not in its group");
+    }
+    lastLength_ = shared::mcSocket.receiveBytes(shared::mcRxBuffer.data(), static_cast<int>(shared::mcRxBuffer.size()));
+    return Reception::kDatagram;
+  } catch (const Poco::TimeoutException&) {
+    return Reception::kTimeout;
+  } catch (const Poco::Exception& failure) {
+    console::failure("McTask: Exception Met during receive/listen!", failure, "Exception Info:");
+    return Reception::kFailure;
+  }
+}
+
+void McTask::sendHeartbeat() {
+  buildHeartbeat(shared::mcReplyRecord);
+  sleepMs(kPauseMs);
+  if (!mustPause()) {
+    Send_mcLCDpacket(shared::mcReplyRecord);
+  }
+}
+
+void McTask::handleDatagram() {
+  const TemporaryDataRemover fileRemover(shared::mcRxRecord.filePath);
+  const DatagramContent content = unpackDatagram(shared::mcRxBuffer, shared::mcRxRecord);
+  console::write(datagramReport(content, shared::mcRxRecord.sigWord));
+  if (!content.fits) {
+    return;
+  }
+  if (content.fileData) {
+    saveFileData(*content.fileData);
+  }
+  try {
+    handleMcPacket();
+  } catch (const Poco::Exception&) {
+    // An answer that could not be prepared: the next datagram, or this one again, tries anew.
+    sleepMs(kPauseMs);
+  }
+}
+
+bool McTask::mustPause() const {
+  return shared::mcPauseReq || mustStop();
 }
 
 bool McTask::mustStop() const {

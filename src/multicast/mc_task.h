@@ -1,12 +1,16 @@
-// The multicast task: follows the pause handshake and the stop.
+// The multicast task: receives the transmitter's datagrams, answers alive requests, sends heartbeats.
 #pragma once
 
 #include "app/service_task.h"
 
 namespace quendal {
 
-/// Holds the multicast side's place in the pause handshake: MainTask pauses it with `mcPauseReq` and
-/// waits for `mcPaused`; `stopReq` or cancellation ends it. It opens no socket yet.
+/// Owns the multicast socket's life: opens it when MainTask releases it, receives one datagram at a
+/// time and hands each to the alive check, sends a heartbeat while the group is quiet, opens the socket
+/// anew at certain hours of the day, and closes it for a pause or the end.
+///
+/// MainTask pauses it with `mcPauseReq` and waits for `mcPaused` (docs/handshakes.md); `stopReq` or
+/// cancellation ends it. No failure ends it otherwise.
 class McTask : public ServiceTask {
  public:
   McTask();
@@ -14,7 +18,17 @@ class McTask : public ServiceTask {
   void runTask() override;
 
  private:
+  enum class Reception { kDatagram, kTimeout, kFailure };
+
+  bool waitForRelease();
+  void receiveUntilPause(bool isOpen);
+  Reception receiveDatagram(bool isOpen);
+  void sendHeartbeat();
+  void handleDatagram();
+  bool mustPause() const;
   bool mustStop() const;
+
+  int lastLength_ = 0;  // of the last datagram, which stays in `mcRxBuffer`; outlives a re-opening
 };
 
 }  // namespace quendal

@@ -18,9 +18,6 @@ using ShutdownObserver = Poco::NObserver<DataServiceHandler, ShutdownNotificatio
 
 namespace {
 
-constexpr unsigned kElementsWithCommandStatus = 2;
-constexpr unsigned kElementsWithFile = 3;
-
 void logConnectionEvent(const std::string& text) {
   Poco::Util::Application::instance().logger().information(text);
 }

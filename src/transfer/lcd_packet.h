@@ -25,6 +25,9 @@ inline constexpr std::size_t kAddressedStatusSize = 16;  // a status with unit, 
 inline constexpr std::size_t kFileElementHeadSize = 10;  // up to and including the name length
 inline constexpr std::size_t kFileElementOverhead = 14;  // all of the element but name and data
 
+inline constexpr unsigned kElementsWithCommandStatus = 2;  // and more: a command status follows the header
+inline constexpr unsigned kElementsWithFile = 3;           // exactly: a file element follows that
+
 inline constexpr std::uint16_t kAliveRequest = 0x0101;
 inline constexpr std::uint16_t kAliveAnswer = 0x0102;
 

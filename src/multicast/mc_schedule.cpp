@@ -1,0 +1,21 @@
+#include "multicast/mc_schedule.h"
+
+namespace quendal {
+namespace {
+
+constexpr unsigned kTimeoutsPerHeartbeat = 10;
+
+}  // namespace
+
+bool isHeartbeatDue(unsigned timeoutCount) {
+  return timeoutCount % kTimeoutsPerHeartbeat == 0;
+}
+
+bool isRelaunchDue(int hour, int lastHour, int factor) {
+  if (hour == lastHour) {
+    return false;
+  }
+  return factor == 0 ? hour == 0 : hour % factor == 0;
+}
+
+}  // namespace quendal

@@ -1,0 +1,98 @@
+#include "multicast/reply_packet.h"
+
+#include "transfer/byte_order.h"
+
+#include <algorithm>
+#include <string_view>
+
+namespace quendal {
+namespace {
+
+constexpr std::size_t kFlagOffset = 8;  // of a command status
+constexpr std::byte kFlag{1};
+constexpr std::uint16_t kHeartbeatKind = 2;
+constexpr std::uint16_t kAnswerKind = 1;
+
+constexpr std::size_t kElementKindOffset = 4;  // of a file element
+constexpr std::size_t kElementReservedOffset = 6;
+constexpr std::size_t kNameLengthOffset = 8;
+constexpr std::uint16_t kFileElementKind = 3;
+
+std::string_view fileNameOf(const LcdPacketRecord& reply) {
+  return reply.fileNameBuffer.data();
+}
+
+void setCommandStatus(LcdPacketRecord& reply, const CommandStatus& status) {
+  reply.commandStatusLength = status.elementLength;
+  reply.commandCode = status.commandCode;
+  std::fill_n(reply.rawCommandStatus.begin(), status.elementLength, std::byte{0});
+  encodeCommandStatus(status, reply.rawCommandStatus);
+  reply.rawCommandStatus.at(kFlagOffset) = kFlag;
+}
+
+void toWireForm(LcdPacketRecord& reply) {
+  encodeHeader({.headerLength = reply.headerLength,
+                .elementCount = static_cast<std::uint8_t>(reply.elementCount),
+                .requestWordA = reply.requestWordA,
+                .requestWordB = reply.requestWordB,
+                .sigWord = reply.sigWord},
+               reply.rawHeader);
+  writeU32(reply.rawCommandStatus, 0, reply.commandStatusLength);
+}
+
+void encodeFileElement(std::string_view name, std::span<const std::byte> data, std::span<std::byte> out) {
+  writeU32(out, 0, static_cast<std::uint32_t>(kFileElementOverhead + name.size() + data.size()));
+  writeU16(out, kElementKindOffset, kFileElementKind);
+  writeU16(out, kElementReservedOffset, 0);
+  writeU16(out, kNameLengthOffset, static_cast<std::uint16_t>(name.size()));
+  std::ranges::copy(std::as_bytes(std::span(name)), out.subspan(kFileElementHeadSize).begin());
+  writeU32(out, kFileElementHeadSize + name.size(), static_cast<std::uint32_t>(data.size()));
+  std::ranges::copy(data, out.subspan(kFileElementOverhead + name.size()).begin());
+}
+
+}  // namespace
+
+void buildHeartbeat(LcdPacketRecord& reply) {
+  reply.elementCount = kElementsWithCommandStatus;
+  reply.headerLength = kHeaderSize;
+  reply.requestWordA = 0;
+  reply.requestWordB = 0;
+  reply.sigWord = kSigWord;
+  setCommandStatus(reply, {.elementLength = kPlainStatusSize, .statusKind = kHeartbeatKind});
+}
+
+void buildAliveAnswer(const LcdPacketRecord& request, const DisplayAddress& asked, LcdPacketRecord& reply) {
+  reply.elementCount = kElementsWithFile;
+  reply.headerLength = kHeaderSize;
+  reply.requestWordA = request.requestWordA;
+  reply.requestWordB = request.requestWordB;
+  reply.sigWord = request.sigWord;
+  setCommandStatus(reply,
+                   {.elementLength = kAddressedStatusSize, .statusKind = kAnswerKind, .commandCode = kAliveAnswer});
+  encodeDisplayAddress(asked, reply.rawCommandStatus);
+}
+
+std::uint64_t replySize(const LcdPacketRecord& reply, std::uint64_t fileSize) {
+  const std::uint64_t size = std::uint64_t{reply.headerLength} + reply.commandStatusLength;
+  return reply.elementCount == kElementsWithFile ? size + kFileElementOverhead + fileNameOf(reply).size() + fileSize
+                                                 : size;
+}
+
+std::optional<std::size_t> encodeReply(LcdPacketRecord& reply, std::span<const std::byte> fileData,
+                                       std::span<std::byte> out) {
+  const std::uint64_t size = replySize(reply, fileData.size());
+  if (size > out.size() || reply.headerLength > reply.rawHeader.size() ||
+      reply.commandStatusLength > reply.rawCommandStatus.size()) {
+    return std::nullopt;
+  }
+  toWireForm(reply);
+  std::copy_n(reply.rawHeader.begin(), reply.headerLength, out.begin());
+  out = out.subspan(reply.headerLength);
+  std::copy_n(reply.rawCommandStatus.begin(), reply.commandStatusLength, out.begin());
+  if (reply.elementCount == kElementsWithFile) {
+    encodeFileElement(fileNameOf(reply), fileData, out.subspan(reply.commandStatusLength));
+  }
+  return size;
+}
+
+}  // namespace quendal

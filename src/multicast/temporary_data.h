@@ -1,0 +1,31 @@
+// Short-lived files in the system's temporary directory, which other programs can write to as well.
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <string>
+
+namespace quendal {
+
+/// Writes `data` to a new file at `path`. Whatever stands there is removed first: the names of temporary
+/// files can be guessed, and a link planted under one must not lead the data elsewhere.
+///
+/// False when the file cannot be created or written whole; nothing of ours is then left at `path`.
+bool saveTemporaryData(const std::string& path, std::span<const std::byte> data);
+
+/// Takes a temporary file away at the end of the scope, whatever happens in it.
+class TemporaryDataRemover {
+ public:
+  /// `path` is looked at only then: it may be empty and filled later, and is emptied.
+  explicit TemporaryDataRemover(std::string& path) : path_(path) {}
+  ~TemporaryDataRemover();
+  TemporaryDataRemover(const TemporaryDataRemover&) = delete;
+  TemporaryDataRemover& operator=(const TemporaryDataRemover&) = delete;
+  TemporaryDataRemover(TemporaryDataRemover&&) = delete;
+  TemporaryDataRemover& operator=(TemporaryDataRemover&&) = delete;
+
+ private:
+  std::string& path_;
+};
+
+}  // namespace quendal

@@ -1,0 +1,276 @@
+#include "multicast/datagram.h"
+
+#include "support/packet_builder.h"
+#include "transfer/byte_order.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <string>
+#include <vector>
+
+namespace quendal {
+namespace {
+
+using namespace std::string_literals;
+
+const std::string kFormatError = "\nError Network packet format detected,disconnecting...";
+
+// The receive buffer after `datagram` has come into it; what lay there before is `rest`.
+class ReceiveBuffer {
+ public:
+  explicit ReceiveBuffer(const std::string& datagram, std::byte rest = std::byte{0}) {
+    bytes.fill(rest);
+    std::ranges::copy(asBytes(datagram), bytes.begin());
+  }
+
+  void setU32(std::size_t offset, std::uint32_t value) { writeU32(bytes, offset, value); }
+
+  std::array<std::byte, 1000> bytes{};
+};
+
+std::string text(std::span<const std::byte> bytes) {
+  std::string result;
+  std::ranges::transform(bytes, std::back_inserter(result), [](std::byte byte) { return static_cast<char>(byte); });
+  return result;
+}
+
+constexpr std::size_t kCommandStatusAt = kHeaderSize;
+constexpr std::size_t kFileElementAt = kHeaderSize + kPlainStatusSize;
+
+TEST(Datagram, AliveRequestIsUnpackedIntoEveryField) {
+  const ReceiveBuffer buffer(
+      fromHex("14 00 00 00 5C C5 02 00 01 00 00 00 02 00 00 00 E8 8E A5 A5"
+              "10 00 00 00 01 00 01 01 01 00 03 00 02 00 01 00"));
+  LcdPacketRecord record;
+
+  const DatagramContent content = unpackDatagram(buffer.bytes, record);
+
+  EXPECT_TRUE(content.fits);
+  EXPECT_TRUE(content.isSigWordValid);
+  EXPECT_TRUE(content.isStatusKindValid);
+  EXPECT_FALSE(content.fileData);
+  EXPECT_EQ(record.elementCount, 2);
+  EXPECT_EQ(record.headerLength, 20U);
+  EXPECT_EQ(text(std::span(record.rawHeader).first(20)), text(std::span(buffer.bytes).first(20)));
+  EXPECT_EQ(record.requestWordA, 1U);
+  EXPECT_EQ(record.requestWordB, 2U);
+  EXPECT_EQ(record.sigWord, 0xA5A58EE8U);
+  EXPECT_EQ(record.commandStatusLength, 16U);
+  EXPECT_EQ(text(std::span(record.rawCommandStatus).first(16)), text(std::span(buffer.bytes).subspan(20, 16)));
+  EXPECT_EQ(record.commandCode, kAliveRequest);
+  EXPECT_EQ(datagramReport(content, record.sigWord), "");
+}
+
+TEST(Datagram, FileElementGivesNameAndData) {
+  const ReceiveBuffer buffer(filePacket("server.ini", "[a]\nb=1\n"));
+  LcdPacketRecord record;
+
+  const DatagramContent content = unpackDatagram(buffer.bytes, record);
+
+  EXPECT_TRUE(content.fits);
+  ASSERT_TRUE(content.fileData);
+  EXPECT_EQ(text(*content.fileData), "[a]\nb=1\n");
+  EXPECT_EQ(record.fileName, "server.ini");
+  EXPECT_STREQ(record.fileNameBuffer.data(), "server.ini");
+  EXPECT_EQ(record.filePath, "");
+}
+
+TEST(Datagram, EmptyFileIsAFile) {
+  LcdPacketRecord record;
+
+  const DatagramContent content = unpackDatagram(ReceiveBuffer(filePacket("x", "")).bytes, record);
+
+  EXPECT_TRUE(content.fits);
+  ASSERT_TRUE(content.fileData);
+  EXPECT_TRUE(content.fileData->empty());
+}
+
+TEST(Datagram, OnlyACountOfThreeCarriesAFile) {
+  for (const int count : {2, 4, 255}) {
+    const ReceiveBuffer buffer(headerElement(static_cast<std::uint8_t>(count)) + commandStatusElement() +
+                               fileElement("name", "data"));
+    LcdPacketRecord record;
+
+    const DatagramContent content = unpackDatagram(buffer.bytes, record);
+
+    EXPECT_TRUE(content.fits) << count;
+    EXPECT_FALSE(content.fileData) << count;
+    EXPECT_EQ(record.commandStatusLength, kPlainStatusSize) << count;
+    EXPECT_EQ(record.fileName, "") << count;
+  }
+}
+
+TEST(Datagram, CountsOfZeroAndOneLeaveTheCommandOfTheDatagramBefore) {
+  for (const int count : {0, 1}) {
+    LcdPacketRecord record;
+    record.commandCode = kAliveRequest;
+    record.commandStatusLength = 16;
+    record.rawCommandStatus.fill(std::byte{7});
+
+    const DatagramContent content =
+        unpackDatagram(ReceiveBuffer(headerElement(static_cast<std::uint8_t>(count))).bytes, record);
+
+    EXPECT_TRUE(content.fits) << count;
+    EXPECT_EQ(record.elementCount, count);
+    EXPECT_EQ(record.commandCode, kAliveRequest) << count;
+    EXPECT_EQ(record.commandStatusLength, 16U) << count;
+    EXPECT_EQ(record.rawCommandStatus[15], std::byte{7}) << count;
+  }
+}
+
+TEST(Datagram, ShorterCommandStatusLeavesTheBytesOfALongerOneBehindIt) {
+  LcdPacketRecord record;
+  record.rawCommandStatus.fill(std::byte{7});
+
+  unpackDatagram(ReceiveBuffer(headerElement(2) + commandStatusElement(1, 9)).bytes, record);
+
+  EXPECT_EQ(record.commandStatusLength, 9U);
+  EXPECT_EQ(record.rawCommandStatus[8], asBytes(commandStatusElement(1, 9))[8]);
+  EXPECT_EQ(record.rawCommandStatus[9], std::byte{7});
+}
+
+TEST(Datagram, LongHeaderKeepsItsFieldsAtTheirOffsetsAndItsBytes) {
+  LcdPacketRecord record;
+  const std::string header = headerElement(2, 500);
+
+  const DatagramContent content = unpackDatagram(ReceiveBuffer(header + commandStatusElement(2)).bytes, record);
+
+  EXPECT_TRUE(content.fits);
+  EXPECT_EQ(record.headerLength, 500U);
+  EXPECT_EQ(text(std::span(record.rawHeader).first(500)), header);
+  EXPECT_EQ(record.commandStatusLength, kPlainStatusSize);
+}
+
+TEST(Datagram, TruncatedOneIsCompletedByWhatTheBufferHolds) {
+  const std::string whole = filePacket("name", "0123456789");
+  LcdPacketRecord record;
+
+  const DatagramContent content =
+      unpackDatagram(ReceiveBuffer(whole.substr(0, whole.size() - 6), std::byte{'x'}).bytes, record);
+
+  EXPECT_TRUE(content.fits);
+  ASSERT_TRUE(content.fileData);
+  EXPECT_EQ(text(*content.fileData), "0123xxxxxx");
+}
+
+TEST(Datagram, WrongSignatureIsReportedWithItsRawBytesAndUnpackedAllTheSame) {
+  ReceiveBuffer buffer(headerElement(2) + commandStatusElement());
+  buffer.setU32(16, 0x0A410009);
+  LcdPacketRecord record;
+
+  const DatagramContent content = unpackDatagram(buffer.bytes, record);
+
+  EXPECT_TRUE(content.fits);
+  EXPECT_FALSE(content.isSigWordValid);
+  EXPECT_EQ(record.commandStatusLength, kPlainStatusSize);
+  EXPECT_EQ(datagramReport(content, record.sigWord),
+            "\nsig Word Bytes:\t\t\0\tA\t\n\t"
+            "\nError Network packet format detected::sigWord Code:172032009,disconnecting..."s);
+}
+
+TEST(Datagram, OtherStatusKindsThanOneAndTwoAreReportedAndHandledAllTheSame) {
+  for (const int kind : {0, 1, 2, 3, 65535}) {
+    LcdPacketRecord record;
+
+    const DatagramContent content = unpackDatagram(
+        ReceiveBuffer(headerElement(2) + commandStatusElement(static_cast<std::uint16_t>(kind))).bytes, record);
+
+    const bool isValid = kind == 1 || kind == 2;
+    EXPECT_TRUE(content.fits) << kind;
+    EXPECT_EQ(content.isStatusKindValid, isValid) << kind;
+    EXPECT_EQ(datagramReport(content, record.sigWord), isValid ? "" : kFormatError) << kind;
+  }
+}
+
+TEST(Datagram, HeaderUpToTheWholeBufferFits) {
+  for (const std::uint32_t length : {0U, 3U, 19U, 20U, 999U, 1000U, 1001U, 1026U, 1027U, 0x80000000U, 0xFFFFFFFFU}) {
+    ReceiveBuffer buffer(headerElement(1));
+    buffer.setU32(0, length);
+    LcdPacketRecord record;
+
+    const DatagramContent content = unpackDatagram(buffer.bytes, record);
+
+    EXPECT_EQ(content.fits, length <= 1000) << length;
+    EXPECT_EQ(datagramReport(content, record.sigWord), length <= 1000 ? "" : kFormatError) << length;
+    EXPECT_EQ(record.headerLength, length <= 1000 ? length : 0) << length;
+  }
+}
+
+TEST(Datagram, CommandStatusUpToTheEndOfTheBufferFits) {
+  for (const std::uint32_t length : {0U, 7U, 8U, 979U, 980U, 981U, 1024U, 1025U, 0xFFFFFFECU, 0xFFFFFFFFU}) {
+    ReceiveBuffer buffer(headerElement(2) + commandStatusElement());
+    buffer.setU32(kCommandStatusAt, length);
+    LcdPacketRecord record;
+
+    const DatagramContent content = unpackDatagram(buffer.bytes, record);
+
+    EXPECT_EQ(content.fits, length <= 980) << length;
+    EXPECT_EQ(record.commandStatusLength, length <= 980 ? length : 0) << length;
+  }
+}
+
+TEST(Datagram, CommandStatusThatBeginsTooCloseToTheEndDoesNotFit) {
+  for (const std::uint32_t headerLength : {992U, 993U, 1000U}) {
+    ReceiveBuffer buffer(headerElement(2));
+    buffer.setU32(0, headerLength);
+    LcdPacketRecord record;
+
+    EXPECT_EQ(unpackDatagram(buffer.bytes, record).fits, headerLength <= 992) << headerLength;
+  }
+}
+
+TEST(Datagram, FileNameUpToTheEndOfTheBufferFits) {
+  constexpr std::size_t kLongest = 1000 - kFileElementAt - kFileElementOverhead;
+  for (const std::size_t length : {std::size_t{0}, kLongest, kLongest + 1, std::size_t{1023}, std::size_t{65535}}) {
+    const ReceiveBuffer buffer(headerElement(3) + commandStatusElement() +
+                               fileElementHead(static_cast<std::uint16_t>(length)));
+    LcdPacketRecord record;
+
+    const DatagramContent content = unpackDatagram(buffer.bytes, record);
+
+    EXPECT_EQ(content.fits, length <= kLongest) << length;
+    EXPECT_EQ(record.fileName.size(), length <= kLongest ? length : 0) << length;
+  }
+}
+
+TEST(Datagram, FileDataUpToTheEndOfTheBufferFits) {
+  constexpr std::uint32_t kDataAt = kFileElementAt + kFileElementOverhead + 4;
+  for (const std::uint32_t length : {1000 - kDataAt, 1001 - kDataAt, 0x7FFFFFFFU, 0xFFFFFFFFU}) {
+    ReceiveBuffer buffer(headerElement(3) + commandStatusElement() + fileElement("name", ""));
+    buffer.setU32(kDataAt - 4, length);
+    LcdPacketRecord record;
+
+    const DatagramContent content = unpackDatagram(buffer.bytes, record);
+
+    EXPECT_EQ(content.fits, length <= 1000 - kDataAt) << length;
+    EXPECT_EQ(content.fileData.has_value(), content.fits) << length;
+  }
+}
+
+TEST(Datagram, OneThatDoesNotFitKeepsNeitherNameNorCommandOfTheElementAtFault) {
+  LcdPacketRecord record;
+  record.fileName = "before";
+  record.commandCode = 5;
+  ReceiveBuffer buffer(filePacket("name", "data"));
+  buffer.setU32(kCommandStatusAt, 5000);
+
+  EXPECT_FALSE(unpackDatagram(buffer.bytes, record).fits);
+  EXPECT_EQ(record.commandCode, 5);
+  EXPECT_EQ(record.fileName, "before");
+}
+
+TEST(Datagram, WrongSignatureAndWrongKindAndWrongLengthAreReportedInThisOrder) {
+  DatagramContent content;
+  content.isSigWordValid = false;
+  content.isStatusKindValid = false;
+
+  EXPECT_EQ(datagramReport(content, 0x44434241),
+            "\nsig Word Bytes:A\tB\tC\tD\t"
+            "\nError Network packet format detected::sigWord Code:1145258561,disconnecting..." +
+                kFormatError + kFormatError);
+}
+
+}  // namespace
+}  // namespace quendal
