@@ -1,5 +1,5 @@
 // Each cycle's decision: is the link up, and what is run and posted on the way.
-#include "main_task_fixture.h"
+#include "unit/maintenance/main_task_fixture.h"
 
 namespace quendal {
 namespace {

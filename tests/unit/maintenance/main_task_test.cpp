@@ -1,5 +1,5 @@
 // MainTask's start and end, its failures, and the handshake with the network tasks.
-#include "main_task_fixture.h"
+#include "unit/maintenance/main_task_fixture.h"
 
 #include <Poco/Exception.h>
 #include <Poco/Net/MulticastSocket.h>

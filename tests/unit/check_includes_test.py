@@ -1,0 +1,60 @@
+#!/usr/bin/python3
+"""Tests of check_includes.py: that it finds what it is there to find."""
+
+import pathlib
+import tempfile
+import unittest
+
+import check_includes
+
+
+def wrong_includes(files):
+    """What is found in a made-up tree: {path: [what it includes]}."""
+    with tempfile.TemporaryDirectory() as folder:
+        source = pathlib.Path(folder)
+        for name, includes in files.items():
+            (source / name).parent.mkdir(parents=True, exist_ok=True)
+            (source / name).write_text("".join(f'#include "{include}"\n' for include in includes))
+        return list(check_includes.wrong_includes(source))
+
+
+class CheckIncludes(unittest.TestCase):
+    def test_includes_that_go_down_are_taken(self):
+        files = {
+            "app/shared_state.h": ["transfer/lcd_packet_record.h"],
+            "transfer/lcd_packet_record.h": [],
+            "transfer/lcd_packet.h": ["transfer/lcd_packet_record.h"],
+            "ipc/table.h": ["app/shared_state.h"],
+            "network/setup.h": ["ipc/table.h"],
+            "multicast/task.cpp": ["transfer/lcd_packet.h", "multicast/other.h"],
+            "multicast/other.h": [],
+            "maintenance/task.cpp": ["network/setup.h", "transfer/lcd_packet.h"],
+            "app/main.cpp": ["multicast/other.h", "network/setup.h"],
+        }
+        self.assertEqual(wrong_includes(files), [])
+
+    def test_each_wrong_direction_is_found(self):
+        for upper, lower in [
+            ("app/quendal_app.h", "app/console.cpp"),
+            ("app/quendal_app.h", "maintenance/task.cpp"),
+            ("ipc/table.h", "app/shared_state.h"),
+            ("network/setup.h", "ipc/table.cpp"),
+            ("network/setup.h", "transfer/task.cpp"),
+            ("transfer/task.h", "multicast/task.cpp"),
+            ("transfer/task.h", "transfer/lcd_packet.cpp"),
+            ("maintenance/task.h", "network/setup.cpp"),
+            ("video/task.h", "multicast/task.cpp"),
+        ]:
+            with self.subTest(lower=lower, upper=upper):
+                self.assertEqual(wrong_includes({upper: [], lower: [upper]}), [f'{lower}: "{upper}" is not below it'])
+
+    def test_name_that_is_not_from_the_source_directory_is_found(self):
+        files = {"network/a.cpp": ["b.h"], "network/b.h": []}
+        self.assertEqual(wrong_includes(files), ['network/a.cpp: "b.h" is not named from the source directory'])
+
+    def test_folder_that_nobody_has_placed_is_found(self):
+        self.assertEqual(wrong_includes({"misc/a.h": []}), ["misc/a.h: its folder has no place in the order"])
+
+
+if __name__ == "__main__":
+    unittest.main()
