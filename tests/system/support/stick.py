@@ -1,0 +1,146 @@
+"""A technician's stick on a board: what the kernel lists, and a mount that really attaches its folders.
+
+A board of namespaces has no kernel of its own to plug a drive into and may not mount a FAT file system.
+So the kernel's two lists are replaced by files of ours, and a mount of a FAT file system attaches the
+stick's folder instead; releasing it is the real thing.
+"""
+
+from quendal_tools.board_files import TARGET
+
+_PLACE = "/opt/board/stick"
+_BLOCK_DEVICES = "/opt/board/block-devices"
+_PARTITIONS = "/opt/board/partitions"
+_PARTITIONS_HEAD = "major minor  #blocks  name\n\n"
+_MEMORY_CARD = ["mmcblk0", "mmcblk0p1"]
+_MOUNT = f"""#!/bin/sh
+[ "$1 $2 $4" = "-t vfat -w" ] || exec /usr/bin/mount "$@"
+exec /usr/bin/mount --bind {_PLACE} "$5"
+"""
+# What it says about a folder where nothing is mounted would stand in the middle of the service's texts.
+_UNMOUNT = """#!/bin/sh
+exec /usr/bin/umount "$@" 2>/dev/null
+"""
+_NETWORK_COMMANDS = ("sudo ifconfig", "sudo dhcpcd", "sudo ip ", "sudo rm -Rf /var/lib/dhcpcd/")
+
+LIST_FILE = "KVFILE_XFER_INSTRU.spt"
+
+
+class Stick:
+    def __init__(self, board):
+        self._board = board
+        board.path(_PLACE).mkdir()
+        board.path(_BLOCK_DEVICES).mkdir()
+        board.replace_command("mount", _MOUNT)
+        board.replace_command("umount", _UNMOUNT)
+        self._list([])
+        for ours, kernels in ((_BLOCK_DEVICES, "/sys/class/block"), (_PARTITIONS, "/proc/partitions")):
+            board.run(["mount", "--bind", ours, kernels], check=True)
+
+    def refuse_mounts(self):
+        self._board.replace_command("mount", "#!/bin/sh\nexit 32\n")
+
+    def refuse_releases(self):
+        self._board.replace_command("umount", "#!/bin/sh\nexit 32\n")
+
+    def allow_releases(self):
+        self._board.replace_command("umount", _UNMOUNT)
+
+    def path(self, name=""):
+        """Where the host keeps a file of the stick."""
+        return self._board.path(f"{_PLACE}/{name}")
+
+    def make_folder(self, *names):
+        for name in names:
+            self.path(name).mkdir(parents=True)
+
+    def write(self, name, content):
+        self._board.write(f"{_PLACE}/{name}", content)
+
+    def write_folder(self, folder, file_list, files):
+        """A configuration folder with its list file."""
+        self.write(f"KVCFG/{folder}/{LIST_FILE}", f"[new_local_dist_task]\nfileList = {file_list}\n")
+        for name, content in files.items():
+            self.write(f"KVCFG/{folder}/{name}", content)
+
+    def plug(self, *names):
+        """The kernel has registered these, beside the board's own memory card."""
+        self._list([*_MEMORY_CARD, *names])
+        for name in [*_MEMORY_CARD, *names]:
+            self._board.path(f"{_BLOCK_DEVICES}/{name}").mkdir(exist_ok=True)
+
+    def pull(self):
+        for entry in self._board.path(_BLOCK_DEVICES).iterdir():
+            entry.rmdir()
+        self._list([])
+
+    def _list(self, names):
+        lines = [f"{8:4} {number:8} {1024:10} {name}\n" for number, name in enumerate(names)]
+        self._board.write(_PARTITIONS, _PARTITIONS_HEAD + "".join(lines))
+
+
+def start_with_stick(make_rig, prepare=lambda drive: None, names=("sda", "sda1"), before_start=lambda board: None):
+    """Starts the service on a board with a stick in it, prepared as the test says; the rig and the stick."""
+    drives = []
+
+    def set_up(board):
+        drives.append(Stick(board))
+        prepare(drives[0])
+        drives[0].plug(*names)
+        before_start(board)
+
+    return make_rig(before_start=set_up), drives[0]
+
+
+def echoed(*names):
+    """What is written while the partitions up to the stick's are read, the memory card's first."""
+    texts = [f"\r\n{8:4} {number:8} {1024:10} {name}\n\r\n8,{number},1024,{name}"
+             for number, name in enumerate([*_MEMORY_CARD, *names])]
+    return "".join(texts)
+
+
+def found(name):
+    return f"\nUSB drive found: [/dev/{name}]"
+
+
+def mounting(name):
+    return ("\nusb thumbdrive first time plugged,mounting..."
+            f"\nMounting USB drive......\n>>sudo mount -t vfat /dev/{name} -w /data/home/{name}")
+
+
+def searching(name):
+    return f"\nSearching /KVCFG folder in USB Device,\n>>/data/home/{name}/KVCFG......\n"
+
+
+NOT_FOUND = "\nKVCFG Not found on usb drive!"
+FORMAT_ERROR = "\nFormat error found. \r\n Ignored this layout or file update!"
+SERVED_SECONDS = 40
+NEXT_CYCLE_SECONDS = 30
+RESTART = "sudo systemctl reboot -i"
+
+
+def attached(name="sda1"):
+    """All that is written from the first look at the partitions to the mount of a stick with a partition."""
+    return echoed("sda", name) + found(name) + found(name) + mounting(name)
+
+
+def mount_commands(name="sda1"):
+    return [f"sudo umount /data/home/{name}", f"sudo umount /data/home/{name}", f"sudo mkdir -p /data/home/{name}",
+            f"sudo mount -t vfat /dev/{name} -w /data/home/{name}"]
+
+
+def listed(file_list):
+    return f"\n{58 * '*'}\n*********  Going to extract file name from fileList:[\n{file_list}]\n"
+
+
+def commands_of(rig):
+    """The commands so far without those that look after the network."""
+    return [text for _, text in rig.board.commands() if not text.startswith(_NETWORK_COMMANDS)]
+
+
+def times_of(rig, command):
+    return [moment for moment, text in rig.board.commands() if text == command]
+
+
+def in_target(rig):
+    """The names in the target directory."""
+    return sorted(entry.name for entry in rig.board.path(TARGET).iterdir())
