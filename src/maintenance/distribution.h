@@ -7,9 +7,9 @@
 
 namespace quendal {
 
-/// Checks the list file in `folder`, tells the display application, copies
-/// each listed file, leaves the stop marker and tells the display application that the transfer is
-/// complete. Runs on MainTask's thread.
+/// Checks the list file in `folder`, tells the display application, copies each listed file, leaves the
+/// stop marker and tells the display application that the transfer is complete. Runs on MainTask's
+/// thread.
 ///
 /// Without a list file nothing happens. A bad entry, or a name that leads out of `folder` or of the
 /// target directory, ends it before anything is told or copied. Throws Poco::Exception when the list
