@@ -5,7 +5,7 @@ from quendal_tools.namespace import wait_until
 from quendal_tools.transmitter import Transmitter
 
 # Emulation is slow, and slower when several boards start at once.
-PATIENCE = 120
+PATIENCE = 200
 
 _LISTENING = ":C418 00000000:0000 0A"  # as /proc/net/tcp puts it: port 50200, nobody connected, listening
 
