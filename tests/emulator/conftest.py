@@ -56,7 +56,7 @@ def make_rig(quendal, request):
                 pytest.skip(str(error))
             if plugged:
                 board.plug(plugged)
-            rig = Rig(board, board.start_service())
+            rig = Rig(board, board.start_service(), plugged)
             stack.callback(rig.keep_log, guest_system.DIRECTORY / f"logs/{request.node.name}.log")
             return rig
 

@@ -11,11 +11,12 @@ _LISTENING = ":C418 00000000:0000 0A"  # as /proc/net/tcp puts it: port 50200, n
 
 
 class Rig:
-    """A board, its display (through the board) and its service."""
+    """A board, its display (through the board) and its service, and the stick it was started with."""
 
-    def __init__(self, board, service):
+    def __init__(self, board, service, stick):
         self.board = board
         self.service = service
+        self.stick = stick
 
     def tell(self, command):
         """What a command prints on the board."""
@@ -51,9 +52,12 @@ class Rig:
         return self.tell("grep -o '^/dev/sd[^ ]* [^ ]*' /proc/mounts")
 
     def keep_log(self, path):
-        """Writes down what the service said, what woke the display, and what the kernel said."""
+        """Writes down what service and kernel said, what woke the display, and what lies on the stick."""
         path.parent.mkdir(parents=True, exist_ok=True)
         events = "".join(f"{moment:.3f} {name}\n" for moment, name in self.board.display.events())
         parts = {"error stream": self.service.stderr_text(), "wake-ups": events, "console": self.board.console_text()}
+        if self.stick:
+            parts["stick afterwards"] = "".join(
+                f"{name} {'(folder)' if data is None else len(data)}\n" for name, data in self.stick.files().items())
         path.write_text("".join(f"===== {title} =====\n{text}\n" for title, text in parts.items()),
                         errors="surrogateescape")
