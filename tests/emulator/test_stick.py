@@ -42,7 +42,7 @@ def test_configuration_stick_is_imported_once_and_released_when_pulled(make_rig,
     rig.await_text("\nto umount drv:sda1")
     rig.await_answer("grep /dev/sd /proc/mounts", "")
 
-    files = {name: data for name, data in stick.files().items() if data is not None}
+    files = {name: data for name, data in stick.content().items() if data is not None}
     assert files == content
     assert rig.board.display.names() == ["START2RX", "RXCOMPLETE", "NETW_UP"]
 
@@ -56,14 +56,14 @@ def test_log_stick_receives_the_packed_logs_and_the_board_restarts(make_rig, mak
     rig.await_text("Going to reboot device......")
     rig.await_reboot()
 
-    archive = tarfile.open(fileobj=io.BytesIO(stick.files()["KVLOG/zelo-curLogs.tar.gz"]))
+    archive = tarfile.open(fileobj=io.BytesIO(stick.content()["KVLOG/zelo-curLogs.tar.gz"]))
     logs = {re.sub(r"-\d\.log", "-DAY.log", member.name): archive.extractfile(member).read()
             for member in archive if member.isfile()}
     assert set(logs) == {"Log/zeloOld.log", "Log/zeloApp-DAY.log", "Log/zeloKernMsg-DAY.log", "Log/LogReset.dat.bak"}
     assert logs["Log/zeloApp-DAY.log"] == b"this session"
     assert logs["Log/zeloKernMsg-DAY.log"] == b"kernel"
     assert logs["Log/LogReset.dat.bak"].startswith(b"thermal@")
-    assert "KVCFG/1.2.3/layout.zip" in stick.files()
+    assert "KVCFG/1.2.3/layout.zip" in stick.content()
     assert "KVCFG Not found on usb drive!" in rig.service.stderr_text()
 
 
@@ -74,7 +74,7 @@ def test_backup_stick_receives_the_application_tree_and_the_board_restarts(make_
     rig.await_text("KVCFG Not found on usb drive!")
     rig.await_reboot()
 
-    saved = stick.files()
+    saved = stick.content()
     assert saved["KVBAK/app/kavenor/Work/layout/Big.bin"] == bytes(range(256)) * 4096
     assert saved["KVBAK/app/kavenor/Work/KvId.ini"].startswith(b"; Who this display is")
     assert "KVBAK/app/kavenor/bin/Quendal_L" in saved
@@ -91,7 +91,7 @@ def test_prepared_package_stick_takes_the_logs_and_keeps_its_own_folder_empty(ma
     rig.await_reboot()
 
     assert "######        The Plug-in USB Drive is EMPTY!        ######" in rig.service.stderr_text()
-    assert set(stick.files()) == {"KVLOG", "KVLOG/zelo-curLogs.tar.gz", "KVSOURCE"}
+    assert set(stick.content()) == {"KVLOG", "KVLOG/zelo-curLogs.tar.gz", "KVSOURCE"}
 
 
 def test_package_stick_without_log_folder_is_left_alone(make_rig, make_stick):
@@ -104,7 +104,7 @@ def test_package_stick_without_log_folder_is_left_alone(make_rig, make_stick):
     assert rig.mounted() == MOUNTED
     assert "Package_Hub.zip" not in rig.service.stderr_text()
     rig.board.unplug()
-    assert set(stick.files()) == {"KVSOURCE"}
+    assert set(stick.content()) == {"KVSOURCE"}
 
 
 def test_stick_with_other_things_and_no_partitions_is_mounted_anew_at_each_plugging(make_rig, make_stick):
@@ -122,4 +122,4 @@ def test_stick_with_other_things_and_no_partitions_is_mounted_anew_at_each_plugg
 
     assert rig.mounted() == "/dev/sda /data/home/sda\n"
     assert rig.service.stderr_text().count(ANNOUNCED) == 2
-    assert stick.files() == content
+    assert stick.content() == content

@@ -100,15 +100,17 @@ def new_folder(path):
     return FolderStick(path)
 
 
-def new_image(path, mebibytes):
-    """An image with one partition, as sticks are sold."""
+def new_image(path, mebibytes, partitioned=True):
+    """An image with one partition, as sticks are sold; or with the file system alone, as some are formatted."""
+    start = _FIRST_PARTITION if partitioned else 0
     try:
         with open(path, "xb") as file:
-            file.truncate(_FIRST_PARTITION + mebibytes * (1 << 20))
-            file.write(_master_boot_record(mebibytes * (1 << 20) // _SECTOR))
+            file.truncate(start + mebibytes * (1 << 20))
+            if partitioned:
+                file.write(_master_boot_record(mebibytes * (1 << 20) // _SECTOR))
     except FileExistsError:
         raise StickError(f"{path} is there already") from None
-    _run("mkfs.vfat", "-n", "STICK", "--offset", str(_FIRST_PARTITION // _SECTOR), path, str(mebibytes * 1024))
+    _run("mkfs.vfat", "-n", "STICK", "--offset", str(start // _SECTOR), path, str(mebibytes * 1024))
     return ImageStick(path)
 
 

@@ -58,6 +58,6 @@ class Rig:
         parts = {"error stream": self.service.stderr_text(), "wake-ups": events, "console": self.board.console_text()}
         if self.stick:
             parts["stick afterwards"] = "".join(
-                f"{name} {'(folder)' if data is None else len(data)}\n" for name, data in self.stick.files().items())
+                f"{name} {'(folder)' if data is None else len(data)}\n" for name, data in self.stick.content().items())
         path.write_text("".join(f"===== {title} =====\n{text}\n" for title, text in parts.items()),
                         errors="surrogateescape")
