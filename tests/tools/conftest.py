@@ -3,13 +3,16 @@
     /usr/bin/python3 -m pytest tests/tools
 """
 
+import contextlib
 import pathlib
+import socket
 import sys
 
 import pytest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "tools"))
 
+from played_display import LOOPBACK, PlayedDisplay  # noqa: E402
 from quendal_tools import stick_media  # noqa: E402
 
 
@@ -28,3 +31,17 @@ def _stick(request, tmp_path):
     if request.param == "folder":
         return stick_media.new_folder(tmp_path / "stick")
     return stick_media.new_image(tmp_path / "stick.img", 8)
+
+
+@pytest.fixture(name="port")
+def _port():
+    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as probe:
+        probe.bind((LOOPBACK, 0))
+        return probe.getsockname()[1]
+
+
+@pytest.fixture(name="display")
+def _display(port):
+    display = PlayedDisplay(port)
+    with contextlib.closing(display.socket):
+        yield display

@@ -63,8 +63,7 @@ def run(given):
     try:
         with Discovery(given.address, given.port, interface=given.interface, server_port=given.server_port,
                        ttl=given.ttl) as discovery:
-            with contextlib.suppress(KeyboardInterrupt):
-                (_print_json if given.json else _show_table)(_hear(discovery, given), found, given)
+            (_print_json if given.json else _show_table)(_hear(discovery, given), found, given)
     except OSError as error:
         sys.exit(f"transmitter: {given.address} port {given.port}: {error.strerror or error}")
     return 0 if found.answered() else 1
@@ -82,10 +81,11 @@ def _hear(discovery, given):
 
 
 def _print_json(events, found, _):
-    for event in events:
-        if not isinstance(event, Refused):
-            found.note(event)
-        print(json.dumps(_plain(event)), flush=True)
+    with contextlib.suppress(KeyboardInterrupt):
+        for event in events:
+            if not isinstance(event, Refused):
+                found.note(event)
+            print(json.dumps(_plain(event)), flush=True)
 
 
 def _plain(event):
@@ -97,8 +97,9 @@ def _plain(event):
 
 def _show_table(events, found, given):
     console = Console(highlight=False)
-    with Live(console=console, refresh_per_second=4, transient=True,
-              get_renderable=lambda: found.table(given.watch) if console.is_terminal else ""):
+    live = Live(console=console, refresh_per_second=4, transient=True,
+                get_renderable=lambda: found.table(given.watch) if console.is_terminal else "")
+    with contextlib.suppress(KeyboardInterrupt), live:
         for event in events:
             if isinstance(event, Refused):
                 console.print(f"{event.source} sent {event.reason}.", style="red", soft_wrap=True)
