@@ -50,6 +50,10 @@ TEST(ArchiveLog, LineHasTimeDateNameAndItsStrayParenthesis) {
             "23:59:59\t31/12/1999 - %s%n.zip Received thru LAN.)\r\n");
 }
 
+TEST(ArchiveLog, StampIsHowEveryLineBegins) {
+  EXPECT_EQ(archiveLogStamp(Poco::DateTime(2024, 3, 7, 4, 5, 6)), "04:05:06\t07/03/2024 - ");
+}
+
 TEST(RebootRequest, IsTheWholeNameInAnyCase) {
   const std::vector<std::pair<std::string, bool>> table = {
       {"reboot.cfg", true},      {"REBOOT.CFG", true},

@@ -1,121 +1,23 @@
-#include "transfer/received_file.h"
+// A received file on disk.
+#include "unit/transfer/fence_fixture.h"
 
-#include "support/packet_builder.h"
-#include "support/temporary_folder.h"
-
-#include <Poco/Exception.h>
-#include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <csignal>
-#include <filesystem>
-#include <string>
 
 namespace quendal {
 namespace {
 
-namespace fs = std::filesystem;
+using ReceivedFileTest = FenceFixture;
 
-// A target directory with a folder beside it, which no name may reach.
-class ReceivedFileTest : public testing::Test {
- protected:
-  ReceivedFileTest() {
-    fs::create_directory(target);
-    fs::create_directory(outside);
-  }
+TEST_F(ReceivedFileTest, GetsItsPermissionsLessTheUmask) {
+  umask(S_IWGRP | S_IWOTH);
+  { const ReceivedFile plain(target, "plain"); }
+  { const ReceivedFile own(target, "own", S_IRUSR | S_IWUSR); }
 
-  void receive(const std::string& name, const std::string& data) const {
-    ReceivedFile file(target, name);
-    file.write(asBytes(data));
-    file.close();
-  }
-
-  // Everything below the target and beside it, with the content of the files.
-  std::string treeText() const {
-    std::string text;
-    for (const auto& entry : fs::recursive_directory_iterator(folder.path())) {
-      text += entry.path().string() + (entry.is_regular_file() ? "=" + readFile(entry.path()) : "") + "\n";
-    }
-    return text;
-  }
-
-  void expectRefusedUntouched(const std::string& name) const {
-    const std::string before = treeText();
-    EXPECT_THROW(receive(name, "data"), Poco::Exception) << name;
-    EXPECT_EQ(treeText(), before) << name;
-  }
-
-  TemporaryFolder folder;
-  std::string target = folder.path() + "/target";
-  std::string outside = folder.path() + "/outside";
-};
-
-using FencedPathTest = ReceivedFileTest;
-
-TEST_F(FencedPathTest, IsTheFolderAndTheLeaf) {
-  fs::create_directory(target + "/sub");
-
-  EXPECT_EQ(resolveInside(target, "name").folder, target);
-  EXPECT_EQ(resolveInside(target, "name").leaf, "name");
-  EXPECT_EQ(resolveInside(target, "sub/name").folder, target + "/sub");
-  EXPECT_EQ(resolveInside(target, "./sub/./name").folder, target + "/sub");
-  EXPECT_EQ(resolveInside(target + "/", "/name").folder, target);
-  EXPECT_EQ(resolveInside("/", folder.path().substr(1) + "/name").folder, folder.path());
-}
-
-TEST_F(FencedPathTest, RefusesNamesThatAreNoFileName) {
-  const std::string zero("a\0b", 3);
-  for (const std::string& name : {std::string(), std::string("."), std::string("./"), std::string("/"), zero,
-                                  std::string("\0", 1), std::string("a/."), std::string("a/")}) {
-    EXPECT_THROW(resolveInside(target, name), Poco::Exception) << name;
-  }
-}
-
-TEST_F(FencedPathTest, RefusesEveryNameWithAnUpwardComponentEvenInside) {
-  fs::create_directory(target + "/sub");
-
-  for (const char* name : {"..", "../", "../x", "sub/../x", "sub/..", "./../x", "/../x", "sub//..//x"}) {
-    EXPECT_THROW(resolveInside(target, name), Poco::InvalidAccessException) << name;
-  }
-  EXPECT_EQ(resolveInside(target, "..x").leaf, "..x");
-  EXPECT_EQ(resolveInside(target, "...").leaf, "...");
-  EXPECT_EQ(resolveInside(target, "x..").leaf, "x..");
-}
-
-TEST_F(FencedPathTest, SaysWhyANameIsRefused) {
-  const auto reason = [&](const std::string& name) -> std::string {
-    try {
-      resolveInside(target, name);
-    } catch (const Poco::InvalidAccessException& failure) {
-      return failure.message();
-    }
-    return "none";
-  };
-
-  EXPECT_EQ(reason(""), "a file name must not be empty");
-  EXPECT_EQ(reason(std::string("a\0", 2)), "a file name must not hold a zero byte");
-  EXPECT_EQ(reason("../x"), "a file name must not lead upwards: ../x");
-  EXPECT_EQ(reason("./"), "a file name must not stand for a directory: ./");
-}
-
-TEST_F(FencedPathTest, MissingFolderIsNotFound) {
-  EXPECT_THROW(resolveInside(target, "missing/name"), Poco::FileNotFoundException);
-  EXPECT_THROW(resolveInside(target, "/etc/passwd"), Poco::FileNotFoundException) << "it is taken below the target";
-  EXPECT_THROW(resolveInside(folder.path() + "/missing", "name"), Poco::FileNotFoundException);
-}
-
-TEST_F(FencedPathTest, FolderWithTheTargetsNameAsPrefixIsOutside) {
-  fs::create_directory(target + "2");
-  fs::create_directory_symlink(target + "2", target + "/link");
-
-  EXPECT_THROW(resolveInside(target, "link/name"), Poco::InvalidAccessException);
-}
-
-TEST_F(FencedPathTest, TargetMayItselfBeReachedThroughALink) {
-  fs::create_directory_symlink(target, folder.path() + "/link");
-
-  EXPECT_EQ(resolveInside(folder.path() + "/link", "name").folder, target);
+  EXPECT_EQ(fs::status(target + "/plain").permissions(), fs::perms(0644));
+  EXPECT_EQ(fs::status(target + "/own").permissions(), fs::perms(0600));
 }
 
 TEST_F(ReceivedFileTest, StoresItsData) {
