@@ -14,8 +14,10 @@ import pytest
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT / "tools"))
+pytest.register_assert_rewrite("support")
 
 from quendal_tools.sandbox import Board, SandboxUnavailable  # noqa: E402
+from support import fence  # noqa: E402
 from support.rig import Rig  # noqa: E402
 
 STOP_SECONDS = 30
@@ -88,11 +90,11 @@ def rigs(quendal):
     """Makes boards with a display and a started service; at the end each service must stop as it should."""
     made = []
     with boards() as make_board:
-        def make(*, before_start=lambda board: None, env=None, wrapper=(), **options):
+        def make(*, before_start=lambda board: None, env=lambda display_env: display_env, wrapper=(), **options):
             board = make_board(**options)
             before_start(board)
             display = board.display()
-            service = board.start_service(quendal, env={**display.env, **(env or {})}, wrapper=wrapper)
+            service = board.start_service(quendal, env=env(display.env), wrapper=wrapper)
             made.append(Rig(board, display, service))
             return made[-1]
 
@@ -112,7 +114,11 @@ def make_board():
 
 @pytest.fixture
 def make_rig(quendal):
-    """Starts the service on a board made as the arguments say (those of Board, and env, wrapper, before_start)."""
+    """Starts the service on a board made as the arguments say.
+
+    They are those of Board, and: before_start, called with the board; env, called with the display's variables
+    to give those for the service; wrapper, the words before the service's own.
+    """
     with rigs(quendal) as make:
         yield make
 
@@ -138,3 +144,10 @@ def shared_rig(_module_rig):
     """A rig that the tests of one module share, with its port open; they leave it in normal mode."""
     _module_rig.settle()
     return _module_rig
+
+
+@pytest.fixture
+def fenced_rig(shared_rig):
+    """A shared rig whose target directory has traps in it."""
+    fence.prepare(shared_rig.board)
+    return shared_rig

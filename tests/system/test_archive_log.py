@@ -34,7 +34,7 @@ def test_every_archive_gets_its_line_in_utc_in_order(rig):
 
 
 def test_line_is_in_utc_whatever_the_time_zone(make_rig):
-    rig = make_rig(env={"TZ": "Asia/Kathmandu"})
+    rig = make_rig(env=lambda display_env: {**display_env, "TZ": "Asia/Kathmandu"})
     rig.await_open()
 
     rig.send(packet.file_packet("a.zip", b""))

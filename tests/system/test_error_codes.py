@@ -149,7 +149,8 @@ def test_connection_reset_before_it_is_served_is_only_reported(shared_rig):
         name = peer_of(first)
 
     assert shared_rig.text_since(mark) == (
-        console.connected(name) + "A connection was lost before it was served: Net Exception: Socket is not connected\n" +
+        console.connected(name) +
+        "A connection was lost before it was served: Net Exception: Socket is not connected\n" +
         console.closed_by_peer(HEADER_0) + console.failed(259) + console.reopened(name))
 
 

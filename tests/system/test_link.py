@@ -87,10 +87,15 @@ def test_loss_closes_the_port_and_return_opens_it_with_these_words_and_commands(
     assert texts(lost)[:3] == [UP_COMMAND, FLUSH_COMMAND, "sudo rm -Rf /var/lib/dhcpcd/eth0.lease"]
     wait_until(lambda: not rig.board.path("/var/lib/dhcpcd/eth0.lease").exists(), 5, "the leases' end")
     assert rig.text_since(mark).replace("[1]", "") == console.CLOSING + PAUSED
+    assert rig.multicast_since(mark) == console.MULTICAST_CLOSING
+    raw = rig.service.stderr_text()[mark:]
+    assert raw.index("McTask paused") < raw.index("data sock Paused!")
     assert is_refused(rig)
 
     mark = rig.service.mark()
     regain_link(rig)
+    rig.service.wait_for(console.MULTICAST_OPEN, after=mark)
+    assert rig.multicast_since(mark) == console.multicast_opening()
 
     assert console.is_interleaving(
         rig.text_since(mark).replace("[1]", ""), [console.OPENING, console.OPEN],

@@ -23,6 +23,10 @@ def report(make_rig):
     return start
 
 
+def await_multicast(rig):
+    rig.service.wait_for(console.MULTICAST_OPEN, timeout=20)
+
+
 def test_default_configuration_up_to_the_open_port(rig):
     text = rig.text_since(0)
 
@@ -30,6 +34,9 @@ def test_default_configuration_up_to_the_open_port(rig):
     assert console.is_interleaving(
         text.removeprefix(console.start_up()), DATA_TASK,
         [console.LINKED, console.DHCP_OK, console.LINKED, console.BACK_ON, console.LINKED])
+    await_multicast(rig)
+    assert rig.multicast_since(0) == console.multicast_opening()
+    assert rig.service.stderr_text().count(console.VIDEO_START) == 1
     assert rig.service.stdout_text() == ""
     assert [command for _, command in rig.board.commands()] == [
         "sudo ifconfig eth0 up", "sudo dhcpcd -d eth0 -t 30 -L"]
@@ -54,6 +61,8 @@ def test_everything_set_up_to_the_open_port(make_rig):
     assert console.is_interleaving(
         text.removeprefix(begin), DATA_TASK,
         [console.LINKED, address, gateway, ROUTE_IS_THERE, console.LINKED, console.BACK_ON, console.LINKED])
+    await_multicast(rig)
+    assert rig.multicast_since(0, ttl=7) == console.multicast_opening(ttl=7)
 
 
 def test_second_start_finds_its_directories(report):

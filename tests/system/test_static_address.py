@@ -9,7 +9,6 @@ from support.static_address import ADDRESS, CYCLE_COMMANDS, GATEWAY, START_UP_CO
 
 STATIC = WORK + "/IPAddress.ini"
 GOOD = static_configuration("192.168.77.10", "192.168.77.1")
-DATA_CLOSED = [console.DATA_TASK_START, console.WAITING]
 TOLERANCE = 0.05
 
 

@@ -67,10 +67,12 @@ def test_in_the_cycle_after_link_down(make_rig, number):
 
 
 def test_idle_with_the_link_up(rig, number):
+    rig.service.wait_for(console.MULTICAST_OPEN)
     mark = rig.service.mark()
 
     assert stop(rig, number) == 0
     assert rig.text_since(mark) == console.CLOSING + console.CLOSED + console.CEASED
+    assert rig.multicast_since(mark) == console.MULTICAST_CLOSING + console.MULTICAST_CEASED
     assert rig.display.names() == ["NETW_UP"]
 
 
@@ -99,7 +101,7 @@ def test_in_a_transfer_whose_peer_has_stalled(rig, number):
         [console.connected(peer), console.file_named("stalled.bin"),
          console.exception("DataRxFileElement<pos:3>::", "Illegal state: the service is stopping"),
          console.failed(1537), console.disconnected(peer)],
-        [console.CLOSING, console.CLOSED, console.CEASED])
+        [console.CLOSING, *console.CLOSED_MESSAGES, console.CEASED])
     assert rig.stored("stalled.bin") == bytes(len(rig.stored("stalled.bin")))
     rig.assert_woken("NETW_UP", "RXCOMPLETE")
 
@@ -145,7 +147,7 @@ def test_during_a_dhcp_client_that_takes_its_time(make_rig, number):
     assert console.is_interleaving(
         rig.text_since(0).removeprefix(console.start_up()),
         [console.LINKED, "dhcpcd up eth0 cmd rc code", "0", console.LINKED, console.BACK_ON, console.LINKED],
-        [console.DATA_TASK_START, console.WAITING, console.CLOSED, console.CEASED])
+        [console.DATA_TASK_START, console.WAITING, *console.CLOSED_MESSAGES, console.CEASED])
 
 
 def test_while_an_error_waits_for_the_port_to_be_opened_again(rig, number):

@@ -1,5 +1,7 @@
 """The service's texts, as a reader of its error stream gets them."""
 
+import re
+
 BANNER = "\nQuendal for Linux: V_1.6.0\n"
 DEST_CREATED = "\nDest dir does not exist;creating...done!"
 WORK_CREATED = "\nWork dir does not exist;creating...done!"
@@ -9,12 +11,44 @@ WAITING = "\nDataTask waiting for trigger to open sock..."
 OPENING = "\nDataTask: init data socket..."
 OPEN = "\ndata sock OK!"
 CLOSING = "\ndata sock Paused!"
-CLOSED = "\nDataTask: triggered to pause, closing sock...\nDataTask paused"
+CLOSED_MESSAGES = ["\nDataTask: triggered to pause, closing sock...", "\nDataTask paused"]
+CLOSED = "".join(CLOSED_MESSAGES)
 CEASED = "\nDataTask ceased to operate"
 LINKED = "\n Quendal_L info: found linked network intf:eth0"
 NOT_LINKED = "\nQuendal_L info: loopback to return:"
 BACK_ON = "\nNetwork is back ON again!"
 DHCP_OK = "dhcpcd up eth0 cmd rc code0"
+
+
+VIDEO_START = "\nVideo Mc Watch Init Task starting up..."
+MULTICAST_OPEN = "mc thread resume!\n"
+MULTICAST_CLOSING = "\nMcTask: triggered to pause, closing sock...\nMcTask paused"
+MULTICAST_CEASED = "\nMcTask ceased to operate"
+_RELAUNCH = r"relauching mcast thread at hour:\d+\.\.\."
+_OF_MULTICAST = re.compile("|".join([
+    _RELAUNCH, r"\nMcTask: trigger has arrived, init/re-init mc socket\.\.\.", r"\nmttl:-?\d+", r"\nmcRxTimeout:1",
+    r"\nmcTxTimeout:1", r"mc thread resume!\n", r"\nMcTask: triggered to pause, closing sock\.\.\.",
+    r"\nMcTask paused", r"\nMcTask ceased to operate"]))
+
+
+def multicast_opening(ttl=1):
+    return (f"\nMcTask: trigger has arrived, init/re-init mc socket...\nmttl:{ttl}\nmcRxTimeout:1\nmcTxTimeout:1"
+            + MULTICAST_OPEN)
+
+
+def without_multicast(text):
+    """The text without what the multicast and video tasks write about their state, at any moment.
+
+    At some full hours of the day the multicast task opens its socket anew, so this cannot be foreseen.
+    """
+    return _OF_MULTICAST.sub("", text).replace(VIDEO_START, "")
+
+
+def multicast_part(text, ttl=1):
+    """What the multicast task writes about its state, without the openings that the hour brings about."""
+    part = "".join(_OF_MULTICAST.findall(text))
+    part = re.sub(_RELAUNCH + re.escape(MULTICAST_CLOSING + multicast_opening(ttl)), "", part)
+    return re.sub(_RELAUNCH, "", part)
 
 
 def connected(*peers):

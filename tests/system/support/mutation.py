@@ -2,7 +2,6 @@
 
 import random
 
-from quendal_tools import packet
 from support import packets
 from support.model import Costly, Model
 

@@ -18,7 +18,7 @@ from support import console, packets
 
 PORT = 50200
 LINK_UP_SECONDS = 30
-REOPEN_SECONDS = 15
+REOPEN_SECONDS = 20
 
 
 class Rig:
@@ -35,7 +35,7 @@ class Rig:
 
     def settle(self):
         """Sees to it that the port is open with no connection left, also after a test that went wrong."""
-        if not self.service.stderr_text().endswith(console.OPEN):
+        if not self.text_since(0).endswith(console.OPEN):
             self.send(packets.header(1))
 
     def connect(self, timeout=REOPEN_SECONDS):
@@ -67,11 +67,13 @@ class Rig:
 
     @contextlib.contextmanager
     def session(self):
-        """A greeted connection; at the end it is closed, and the port has been opened again."""
+        """A greeted connection; at the end it is closed, and the port has been opened again because of that."""
         mark = self.service.mark()
         with self.connect() as connection:
+            peer = peer_of(connection)
             yield connection
-        self.await_open(mark, REOPEN_SECONDS)
+        dropped = self.service.wait_for(console.disconnected(peer), timeout=REOPEN_SECONDS, after=mark)
+        self.await_open(dropped, REOPEN_SECONDS)
 
     def send(self, *packets_to_send):
         """Sends packets on a connection of their own and closes it; returns its name on the console.
@@ -89,7 +91,11 @@ class Rig:
         assert self.display.names() == list(names)
 
     def text_since(self, mark):
-        return self.service.stderr_text()[mark:]
+        """What has been written since then, but for the multicast and video tasks' state."""
+        return console.without_multicast(self.service.stderr_text()[mark:])
+
+    def multicast_since(self, mark, ttl=1):
+        return console.multicast_part(self.service.stderr_text()[mark:], ttl)
 
     def stored(self, name, directory=TARGET):
         """A received file's content, None when there is none."""
@@ -99,7 +105,9 @@ class Rig:
             return None
 
     def await_stored(self, name, data, timeout=20, directory=TARGET):
-        wait_until(lambda: self.stored(name, directory) == data, timeout, f"the file {name}")
+        path = self.board.path(f"{directory}/{name}")
+        wait_until(lambda: path.exists() and path.stat().st_size == len(data) and path.read_bytes() == data, timeout,
+                   f"the file {name}")
 
     def assert_good_transfer(self, size=300_000):
         """The service is usable: a file of random bytes arrives as it was sent."""

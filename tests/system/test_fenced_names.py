@@ -1,0 +1,49 @@
+"""Names from outside that lead somewhere: the target directory is a fence, and nothing beyond it is ever changed."""
+
+import pytest
+
+from quendal_tools import packet
+from quendal_tools.board_files import TARGET
+from support.fence import OUTSIDE, assert_refused
+
+pytestmark = pytest.mark.long(50)  # all together, on the board that they share
+
+REFUSALS = {
+    "directory": (b"sub", "Invalid access: a file name must not stand for a directory: sub"),
+    "directory with slash": (b"sub/", "Invalid access: a file name must not stand for a directory: sub/"),
+    "link to a directory": (b"way_out", "Invalid access: a file name must not stand for a directory: way_out"),
+    "through a link": (
+        b"way_out/escaped.bin", "Invalid access: a file name must not leave its directory: way_out/escaped.bin"),
+    "missing folder": (
+        b"none/x.bin", f"File not found: {TARGET}/none/: No such file or directory"),
+    "absolute": (
+        b"/data/outside/x.bin",
+        f"File not found: {TARGET}//data/outside/: No such file or directory"),
+    "name too long for the disk": (
+        b"n" * 256, f"File access error: {TARGET}/{'n' * 256}: File name too long"),
+}
+
+
+@pytest.mark.parametrize("case", REFUSALS)
+def test_name_is_refused_with_769_and_nothing_is_changed(fenced_rig, case):
+    assert_refused(fenced_rig, *REFUSALS[case])
+
+
+def test_links_are_replaced_and_never_followed(fenced_rig):
+    fenced_rig.send(packet.file_packet("file_out", b"in"), packet.file_packet("dangling", b"in"))
+
+    for name in ("file_out", "dangling"):
+        path = fenced_rig.board.path(f"{TARGET}/{name}")
+        assert path.read_bytes() == b"in" and not path.is_symlink()
+    assert fenced_rig.board.path(OUTSIDE + "/precious").read_text() == "precious"
+    assert not fenced_rig.board.path(OUTSIDE + "/new").exists()
+
+
+@pytest.mark.parametrize("name, stored", [
+    ("sub/in.bin", "sub/in.bin"), ("sub//in2.bin", "sub/in2.bin"), ("./in3.bin", "in3.bin"), ("/in4.bin", "in4.bin"),
+    ("/sub/in5.bin", "sub/in5.bin"), ("sub_link/in6.bin", "sub/in6.bin"), ("..in7.bin", "..in7.bin"),
+    ("in8..", "in8.."), (".in9", ".in9"), ("sub/kept", "sub/kept"), (" in 10 ", " in 10 "), ("a" * 255, "a" * 255)])
+def test_name_that_stays_inside_is_taken_as_it_came(fenced_rig, name, stored):
+    fenced_rig.send(packet.file_packet(name, name.encode()))
+
+    assert fenced_rig.stored(stored) == name.encode()

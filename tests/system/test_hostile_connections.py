@@ -1,0 +1,191 @@
+"""Peers that mean no good: many at once, silent, trickling, resetting, and more than there are descriptors."""
+
+import random
+import time
+
+import pytest
+
+from quendal_tools import packet
+from quendal_tools.namespace import wait_until
+from support import console, packets
+from support.rig import PORT, await_acknowledged, has_ended, peer_of, reset
+
+ELEMENT_TIMEOUT = 30
+IDLE_SHARE = 0.2
+
+
+def greeted(rig, mark):
+    return rig.text_since(mark).count("Connection from ")
+
+
+def connect_many(rig, count):
+    """That many connections, made at once; each may still wait to be accepted."""
+    return [rig.board.pc.connect(PORT) for _ in range(count)]
+
+
+def close_all(connections):
+    for connection in connections:
+        connection.close()
+
+
+def assert_idle(rig, seconds=3):
+    """Over a while in which nothing happens, the service takes next to none of the processor."""
+    began = rig.service.cpu_seconds()
+    time.sleep(seconds)
+    assert rig.service.cpu_seconds() - began < IDLE_SHARE * seconds
+
+
+def test_two_hundred_connections_at_once_are_all_served_and_dropped_together(rig):
+    mark = rig.service.mark()
+    connections = connect_many(rig, 200)
+    wait_until(lambda: greeted(rig, mark) == 200, 30, "200 greetings")
+    assert_idle(rig)
+
+    for number, connection in enumerate(connections):
+        connection.sendall(packet.file_packet(f"of{number}.bin", str(number).encode()))
+    for number in range(200):
+        rig.await_stored(f"of{number}.bin", str(number).encode())
+    connections[77].sendall(bytes(20))
+    rig.await_open(mark)
+
+    text = rig.text_since(mark)
+    assert text.count(console.failed(516)) == 1
+    farewells = text.partition(console.CLOSING)[2].partition(console.CLOSED)[0]
+    assert sorted(farewells.splitlines()) == sorted(console.disconnected(*map(peer_of, connections)).splitlines())
+    close_all(connections)
+    rig.assert_good_transfer()
+
+
+@pytest.mark.parametrize("limit", [40, 64])
+def test_more_connections_than_descriptors_neither_spin_nor_end_it_and_it_recovers(make_rig, limit):
+    rig = make_rig(wrapper=["prlimit", f"--nofile={limit}"])
+    rig.await_open()
+    mark = rig.service.mark()
+    connections = connect_many(rig, 3 * limit)
+    wait_until(lambda: rig.text_since(mark).count("Too many connections, the newest is closed\n")
+               + greeted(rig, mark) == 3 * limit, 30, "an answer to every connection")
+    served = [connection for connection in connections if not has_ended(connection)]
+
+    assert 0 < len(served) == greeted(rig, mark) < limit
+    assert rig.service.fd_count() < limit
+    assert_idle(rig)
+    served[0].sendall(packet.file_packet("in.bin", b"in spite"))
+    rig.await_stored("in.bin", b"in spite")
+
+    close_all(connections)
+    rig.await_open(mark)
+    rig.assert_good_transfer()
+    assert rig.display.names() == ["NETW_UP"]
+
+
+@pytest.mark.long(45)
+def test_header_that_trickles_is_cut_off_after_thirty_seconds_and_the_service_is_usable(rig):
+    mark = rig.service.mark()
+    with rig.connect() as connection:
+        peer = peer_of(connection)
+        began = time.monotonic()
+        for byte in packets.raw_header(1026):
+            try:
+                connection.sendall(bytes([byte]))
+            except ConnectionError:
+                break
+            # A second for each byte is the peer's own pace, not a wait for anything.
+            time.sleep(1)
+            if console.failed(513) in rig.text_since(mark):
+                break
+        assert ELEMENT_TIMEOUT - 1 <= time.monotonic() - began < 2 * ELEMENT_TIMEOUT
+        rig.await_open(mark)
+
+    assert rig.text_since(mark) == (
+        console.connected(peer) + console.exception("DataProcHeader<pos:1>:", "Timeout") + console.failed(513) +
+        console.reopened(peer))
+    rig.assert_good_transfer()
+
+
+SILENT = {
+    "header length": (packets.HEADER[:1], console.exception("DataProcHeader<pos:0>:", "Timeout") +
+                      console.closed_by_peer("DataProcHeader<pos:0>:"), 259),
+    "status": (packets.HEADER + packets.STATUS[:5],
+               console.exception("DataRxCmdStatus<pos:1>::", "Timeout"), 769),
+    "file element": (packets.BEFORE_FILE, console.exception("DataRxFileElement<pos:0>::", "Timeout") +
+                     console.closed_by_peer("DataRxFileElement<pos:0>:"), 771),
+    "data": (packet.file_head("silent.bin", 10) + b"12345",
+             console.file_named("silent.bin") + console.exception("DataRxFileElement<pos:3>::", "Timeout"), 1537),
+}
+
+
+@pytest.mark.long(42)
+@pytest.mark.parametrize("stage", SILENT)
+def test_peer_that_falls_silent_in_a_packet_is_cut_off_after_thirty_seconds(rig, stage):
+    sent, words, code = SILENT[stage]
+    mark = rig.service.mark()
+    with rig.connect() as connection:
+        peer = peer_of(connection)
+        connection.sendall(sent)
+        await_acknowledged(connection)
+        began, used = time.monotonic(), rig.service.cpu_seconds()
+        rig.service.wait_for("Exception Met!", timeout=2 * ELEMENT_TIMEOUT, after=mark)
+        assert time.monotonic() - began >= ELEMENT_TIMEOUT - 1
+        assert rig.service.cpu_seconds() - used < IDLE_SHARE * ELEMENT_TIMEOUT
+        rig.await_open(mark)
+
+    assert rig.text_since(mark) == console.connected(peer) + words + console.failed(code) + console.reopened(peer)
+    rig.assert_good_transfer()
+
+
+@pytest.mark.long(45)
+def test_connection_may_be_silent_between_packets_for_as_long_as_it_likes(rig):
+    mark = rig.service.mark()
+    with rig.session() as connection:
+        # Longer than any time-out: that nothing happens is what is tested.
+        with pytest.raises(TimeoutError):
+            rig.service.wait_for("Err RC", timeout=ELEMENT_TIMEOUT + 5, after=mark)
+        connection.sendall(packet.file_packet("late.bin", b"late"))
+        rig.await_stored("late.bin", b"late")
+
+
+def test_error_whose_peer_stays_burns_no_processor_time(rig):
+    mark = rig.service.mark()
+    with rig.connect() as connection:
+        connection.sendall(bytes(2000))
+        rig.await_open(mark)
+        assert_idle(rig)
+        assert has_ended(connection)
+    rig.assert_good_transfer()
+
+
+@pytest.mark.long(30)
+def test_storm_of_resets_at_random_points_leaves_a_usable_service(rig):
+    dice = random.Random(2)
+    whole = packet.file_packet("storm.bin", bytes(300))
+
+    for _ in range(15):
+        connections = []
+        while len(connections) < 20:
+            try:
+                connections.append(rig.board.pc.connect(PORT))
+            except ConnectionError:
+                time.sleep(0.02)
+        for connection in connections:
+            try:
+                connection.sendall(whole[:dice.randrange(len(whole))])
+                reset(connection)
+            except (OSError, TimeoutError):
+                connection.close()
+
+    rig.send(packets.header(1))  # the end of this connection drops whatever is left of the storm
+    rig.assert_good_transfer()
+    assert_idle(rig)
+
+
+def test_descriptors_and_threads_are_given_back_after_errors(rig):
+    rig.assert_good_transfer()
+    descriptors, threads = rig.service.fd_count(), rig.service.thread_count()
+
+    for _ in range(10):
+        others = connect_many(rig, 5)
+        rig.send(bytes(20))
+        close_all(others)
+
+    wait_until(lambda: (rig.service.fd_count(), rig.service.thread_count()) == (descriptors, threads), 10,
+               f"{descriptors} descriptors and {threads} threads")

@@ -1,0 +1,78 @@
+"""Every length field of a packet at its edges."""
+
+import pytest
+
+from quendal_tools import packet
+from support import console, packets
+
+FOLLOWING = packet.file_packet("following.bin", b"f")
+HEADER_ERROR = "\nDataProcHeader:Error Network packet format detected,disconnecting..."
+STATUS_ERROR = "\nDataRxCmdStatus:Error Network packet format detected,disconnecting..."
+HUGE = [0x7FFFFFFF, 0x80000000, 0xFFFFFFFF]
+
+
+@pytest.fixture
+def said(shared_rig):
+    """What is written about a connection that sends this, between its greeting and the port's re-opening."""
+    def send(data):
+        mark = shared_rig.service.mark()
+        peer = shared_rig.send(data)
+        text = shared_rig.text_since(mark)
+        assert text.startswith(console.connected(peer)) and text.endswith(console.reopened(peer))
+        return text.removeprefix(console.connected(peer)).removesuffix(console.reopened(peer))
+
+    send.rig = shared_rig
+    return send
+
+
+@pytest.mark.parametrize("length", [0, 1, 3, 4, 5, 19, 1027, 4096, 65536, *HUGE])
+def test_header_length_that_is_too_short_or_too_long_reports_516(said, length):
+    assert said(packets.raw_header(length)) == HEADER_ERROR + console.failed(516)
+
+
+@pytest.mark.parametrize("length", [0, 1, 3, 4, 7, 1025, 4096, 65536, *HUGE])
+def test_status_length_that_is_too_short_or_too_long_reports_1027(said, length):
+    assert said(packets.HEADER + packets.raw_status(length)) == STATUS_ERROR + console.failed(1027)
+
+
+@pytest.mark.parametrize("before", [
+    *(pytest.param(packets.raw_header(length), id=f"header {length}") for length in (20, 21, 1025, 1026)),
+    *(pytest.param(packets.header(2) + packets.raw_status(length), id=f"status {length}")
+      for length in (8, 9, 10, 15, 16, 17, 1023, 1024)),
+])
+def test_longest_and_shortest_lengths_are_taken_and_the_next_packet_is_found(said, before):
+    assert said(before + FOLLOWING) == (
+        console.file_named("following.bin") + console.closed_by_peer("DataProcHeader<pos:0>:") + console.failed(259))
+    assert said.rig.stored("following.bin") == b"f"
+
+
+@pytest.mark.parametrize("length", [1, 255])
+def test_name_lengths_are_counted_exactly(said, length):
+    name = "n" * length
+
+    said(packet.file_packet(name, b"x") + FOLLOWING)
+
+    assert said.rig.stored(name) == b"x"
+    assert said.rig.stored("following.bin") == b"f"
+
+
+@pytest.mark.parametrize("announced", [101, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF])
+def test_data_length_beyond_the_stream_keeps_what_came(said, announced):
+    text = said(packets.BEFORE_FILE + packets.file_head(b"beyond.bin", announced) + bytes(100))
+
+    assert said.rig.stored("beyond.bin") == bytes(100)
+    assert text == (console.file_named("beyond.bin") + console.closed_by_peer("DataProcHeader<pos:0>:") +
+                    console.failed(259))
+
+
+def test_data_length_shorter_than_the_data_makes_the_rest_the_next_header(said):
+    text = said(packets.BEFORE_FILE + packets.file_head(b"shorter.bin", 10) + bytes(range(10)) + bytes(90))
+
+    assert said.rig.stored("shorter.bin") == bytes(range(10))
+    assert text == console.file_named("shorter.bin") + HEADER_ERROR + console.failed(516)
+
+
+def test_name_length_beyond_the_stream_reports_1027(said):
+    text = said(packets.BEFORE_FILE + packets.file_head(b"abc", 0, name_length=1023))
+
+    assert text == console.closed_by_peer("DataRxFileElement<pos:1>:") + console.failed(1027)
