@@ -1,7 +1,7 @@
 // The capture of the video watch on its own: counts a stream until it is told to end.
 //
 // Runs the service's own task, with nothing of the service around it, and prints what it has counted
-// when SIGTERM comes. Usage: video_capture_bench INTERFACE GROUP
+// in a line of its own when SIGTERM comes. Usage: video_capture_bench INTERFACE GROUP
 
 #include "app/shared_state.h"
 #include "video/video_mc_watch_init_task.h"
@@ -33,6 +33,6 @@ int main(int argc, char** argv) {
   sigwait(&termination, &signal);
   tasks.cancelAll();
   tasks.joinAll();
-  std::printf("%u\n", quendal::shared::videoPacketCount.load());
+  std::printf("\n%u\n", quendal::shared::videoPacketCount.load());
   return EXIT_SUCCESS;
 }

@@ -59,8 +59,27 @@ TEST_F(StartupConfig, OptionalKeysHaveTheirDefaults) {
   EXPECT_EQ(shared::mcRstHrFactor, 4);
   EXPECT_FALSE(shared::mcReplyByTcp);
   EXPECT_EQ(shared::usbSourceListFile, "KVFILE_XFER_INSTRU.spt");
+  EXPECT_EQ(shared::videoMcAddress, "");
+  EXPECT_FALSE(shared::videoCaptureReopenReq);
+  EXPECT_FALSE(shared::videoWatchEnabled);
   EXPECT_FALSE(shared::staticIpMode);
   EXPECT_EQ(fake::events(), std::vector<std::string>());
+}
+
+TEST_F(StartupConfig, AVideoStreamIsWatchedWhenItsKeyNamesOne) {
+  EXPECT_EQ(load({{"videoMcIp", "239.255.77.2"}}), 0);
+
+  EXPECT_EQ(shared::videoMcAddress, "239.255.77.2");
+  EXPECT_TRUE(shared::videoCaptureReopenReq);
+  EXPECT_TRUE(shared::videoWatchEnabled);
+}
+
+TEST_F(StartupConfig, AVideoStreamThatIsNoMulticastGroupIsReportedLastAndNotWatched) {
+  EXPECT_EQ(load({{"videoMcIp", "192.168.77.2"}}), 0);
+
+  EXPECT_FALSE(shared::videoWatchEnabled);
+  EXPECT_TRUE(capture.text().ends_with(
+      "\r\n\nvideoMcIp in ini is not an IPv4 multicast address, video watch stays off:192.168.77.2"));
 }
 
 TEST_F(StartupConfig, ReportsEverythingInItsOrder) {
