@@ -19,9 +19,9 @@ def send(rig, files):
         transmitter.await_acknowledged()
 
 
-def sockets_of_the_service(rig):
-    """How many TCP and UDP sockets of the service's there are, its listening one included."""
-    return int(rig.tell("ss -Htuanp | grep -c Quendal_L"))
+def sockets_of_the_service(rig, kind):
+    """How many sockets of a kind ("t" for TCP, the listening one included, "u" for UDP) the service has."""
+    return int(rig.tell(f"ss -Han{kind}p | grep -c Quendal_L"))
 
 
 def test_dhcp_brings_the_link_up_and_a_transfer_arrives(make_rig):
@@ -43,14 +43,16 @@ def test_dhcp_brings_the_link_up_and_a_transfer_arrives(make_rig):
 def test_pulled_cable_pauses_the_network_and_clears_the_leases_until_it_is_back(make_rig):
     rig = make_rig()
     rig.await_link()
-    assert sockets_of_the_service(rig) > 0
+    assert (sockets_of_the_service(rig, "t"), sockets_of_the_service(rig, "u")) == (1, 1)
 
+    mark = rig.service.mark()
     rig.board.link(False)
     rig.await_event("NETW_DN")
-    rig.await_text("DataTask paused")
+    rig.await_text("McTask paused", after=mark)
+    rig.await_text("DataTask paused", after=mark)
     rig.await_answer("ls /var/lib/dhcpcd", "")
 
-    assert sockets_of_the_service(rig) == 0
+    assert (sockets_of_the_service(rig, "t"), sockets_of_the_service(rig, "u")) == (0, 0)
     assert "inet " not in rig.tell("ip address show dev eth0")
 
     mark = rig.service.mark()
