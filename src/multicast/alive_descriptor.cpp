@@ -28,7 +28,7 @@ std::string aliveDescriptorText(const DisplayAddress& own, const std::string& ip
          "\nunitID=" + std::to_string(own.unitNo) + "\nipv4Addr=" + ipAddress + "\nphyAddr=" + hardwareAddress + "\n";
 }
 
-void writeAliveDescriptor(std::string path) {
+void writeAliveDescriptor(const std::string& path) {
   const DisplayAddress own{.unitNo = shared::displayNo, .columnNo = shared::columnNo, .groupNo = shared::groupNo};
   const std::string text =
       aliveDescriptorText(own, shared::currentIpAddress.get().toString(), readHardwareAddress(shared::netIfName));

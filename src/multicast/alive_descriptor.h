@@ -20,6 +20,6 @@ std::string aliveDescriptorText(const DisplayAddress& own, const std::string& ip
 
 /// Writes this display's descriptor to a new file at `path`. When that fails no file is left there, so
 /// that no answer carries half a descriptor. McTask's thread.
-void writeAliveDescriptor(std::string path);
+void writeAliveDescriptor(const std::string& path);
 
 }  // namespace quendal

@@ -18,7 +18,7 @@ def report(make_rig):
     def start(**options):
         rig = make_rig(**options)
         rig.service.wait_for(console.DATA_TASK_START)
-        return rig.text_since(0).partition(console.DATA_TASK_START)[0].replace(console.LINKED, "")
+        return console.before_tasks(rig.text_since(0))
 
     return start
 

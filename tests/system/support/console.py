@@ -94,6 +94,11 @@ def start_up(*, static="", interface="eth0", group="239.255.77.1", converted=Non
     return text + f"\r\n   DIP switch set LCD to {dip}\r\n   Orientation: {orientation}\r\n"
 
 
+def before_tasks(text):
+    """What stands before the first word of DataTask, without the maintenance task's, which may be faster."""
+    return text.partition(DATA_TASK_START)[0].replace(LINKED, "")
+
+
 def command(text):
     """How a command that changes the address is announced."""
     return f"\r\nCmd:{text}\r\n"
