@@ -128,6 +128,9 @@ ReceivedFile::ReceivedFile(const std::string& directory, const std::string& name
 }
 
 void ReceivedFile::write(std::span<const std::byte> bytes) {
+  if (bytes.empty()) {
+    return;  // an empty span may have no address, which fwrite must not be given
+  }
   if (std::fwrite(bytes.data(), 1, bytes.size(), file_.get()) != bytes.size()) {
     throw Poco::WriteFileException(withReason(path_, errno));
   }
