@@ -60,7 +60,7 @@ std::string serverEntry(std::uint16_t port) {
   return "[new_alive_cfgpc_info]\nTCPserverPort=" + std::to_string(port) + "\nTCPserverIP=127.0.0.1\n";
 }
 
-MulticastScene::MulticastScene() {
+MulticastScene::MulticastScene() : group_("239.255.77.1", portOfThisProcess()) {
   std::filesystem::create_directory(folder_.path() + "/tmp");
   setenv("TMPDIR", (folder_.path() + "/tmp").c_str(), 1);
   folder_.writeFile("/sys/class/net/eth0/address", "00:11:22:33:44:55\n");
@@ -76,9 +76,9 @@ MulticastScene::MulticastScene() {
   shared::startDateTime = new Poco::DateTime(now_);
   passSeconds(kQuietSeconds);
 
-  shared::mcGroupAddress = Poco::Net::IPAddress("239.255.77.1");
-  shared::mcPort = portOfThisProcess();
-  shared::mcBindAddress = new SocketAddress(shared::mcGroupAddress, shared::mcPort);
+  shared::mcGroupAddress = group_.host();
+  shared::mcPort = group_.port();
+  shared::mcBindAddress = &group_;
   shared::currentInterface = loopbackInterface();
   transmitter_.bind(SocketAddress("127.0.0.1", 0));
   transmitter_.setInterface(shared::currentInterface);
@@ -90,7 +90,7 @@ void MulticastScene::passSeconds(std::int64_t seconds) {
 }
 
 void MulticastScene::sendToGroup(const std::string& datagram) {
-  transmitter_.sendTo(datagram.data(), static_cast<int>(datagram.size()), *shared::mcBindAddress);
+  transmitter_.sendTo(datagram.data(), static_cast<int>(datagram.size()), group_);
 }
 
 std::vector<std::string> MulticastScene::temporaryFiles() const {

@@ -5,6 +5,7 @@
 #include "support/temporary_folder.h"
 
 #include <Poco/Net/MulticastSocket.h>
+#include <Poco/Net/SocketAddress.h>
 #include <Poco/Timestamp.h>
 
 #include <cstdint>
@@ -38,7 +39,7 @@ class MulticastScene {
   /// Moves the clock on.
   void passSeconds(std::int64_t seconds);
 
-  /// Sends a datagram to the group, as a transmitter does.
+  /// Sends a datagram to the group, as a transmitter does. Any thread.
   void sendToGroup(const std::string& datagram);
 
   /// What lies in the temporary directory.
@@ -52,6 +53,7 @@ class MulticastScene {
  private:
   TemporaryFolder folder_;
   Poco::Timestamp now_;
+  Poco::Net::SocketAddress group_;
   Poco::Net::MulticastSocket transmitter_;
 };
 
