@@ -5,9 +5,8 @@ import pytest
 from quendal_tools import packet
 from quendal_tools.namespace import wait_until
 from support import console
-from support.rig import PORT, peer_of
+from support.rig import NOTICED_LATE, PORT, peer_of
 
-TOLERANCE = 0.1
 LOSS_SECONDS = 40
 UP_COMMAND, DHCP_COMMAND = "sudo ifconfig eth0 up", "sudo dhcpcd -d eth0 -t 30 -L"
 FLUSH_COMMAND, LEASES_COMMAND = "sudo ip addr flush dev eth0", "sudo rm -Rf /var/lib/dhcpcd/*"
@@ -57,7 +56,7 @@ def test_without_carrier_netw_dn_comes_about_every_nine_seconds_and_the_port_sta
 
     moments = times_of(rig.display, "NETW_DN")
     for earlier, later in zip(moments, moments[1:]):
-        assert 9 - TOLERANCE <= later - earlier < 15
+        assert 9 - NOTICED_LATE <= later - earlier < 15
     assert set(rig.display.names()) == {"NETW_DN"}
     assert console.is_interleaving(
         rig.text_since(0).removeprefix(console.start_up()), [console.DATA_TASK_START, console.WAITING],
@@ -117,9 +116,9 @@ def test_netw_dn_is_posted_at_once_and_the_port_closes_six_seconds_later(rig):
 
     leases_removed = wait_until(
         lambda: next((moment for moment, text in rig.board.commands() if text == LEASES_COMMAND), None), 20, "rm")
-    assert leases_removed - down >= 6 - TOLERANCE
+    assert leases_removed - down >= 6 - NOTICED_LATE
     flushed = next(moment for moment, text in rig.board.commands() if text == FLUSH_COMMAND)
-    assert flushed <= down + TOLERANCE
+    assert flushed <= down + NOTICED_LATE
 
 
 @pytest.mark.long(40)

@@ -5,9 +5,8 @@ import pytest
 from quendal_tools import packet
 from quendal_tools.board_files import TARGET
 from support import console
-from support.rig import peer_of
+from support.rig import NOTICED_LATE, peer_of
 
-TOLERANCE = 0.05
 ANNOUNCEMENT = "\nGoing to reboot device......\n"
 
 
@@ -24,8 +23,8 @@ def test_reboot_request_syncs_announces_waits_three_seconds_posts_and_reboots(ri
     (synced, sync), (rebooted, reboot) = commands_since(rig, known)
     assert (sync, reboot) == ("sudo sync", "sudo systemctl reboot -i")
     completed = rig.display.wait_for("RXCOMPLETE")
-    assert completed - synced >= 3 - TOLERANCE
-    assert rebooted >= completed - TOLERANCE
+    assert completed - synced >= 3 - NOTICED_LATE
+    assert rebooted >= completed - NOTICED_LATE
     rig.assert_woken("NETW_UP", "RXCOMPLETE")
     assert rig.stored(name) == b"now"
     assert rig.text_since(mark) == (

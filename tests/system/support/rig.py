@@ -20,6 +20,9 @@ PORT = 50200
 LINK_UP_SECONDS = 30
 REOPEN_SECONDS = 20
 
+# On a loaded machine the display, and whoever writes a time down, may be so much late.
+NOTICED_LATE = 0.5
+
 
 class Rig:
     def __init__(self, board, display, service):
