@@ -39,7 +39,8 @@ void enterNamespace(int argc, char** argv) {
 class NamespaceNeeded : public testing::Environment {
  public:
   void SetUp() override {
-    if (std::string(std::getenv(kInside)) != "yes") {
+    const char* inside = std::getenv(kInside);
+    if (inside == nullptr || std::string(inside) != "yes") {
       GTEST_SKIP() << "no network namespace can be made here";
     }
   }
