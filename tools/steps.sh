@@ -6,6 +6,9 @@
 set -Eeuo pipefail
 export LC_ALL=C.UTF-8
 
+# So that the compiler's cache serves every clone of the tree, wherever it lies.
+export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1
+
 current_step="looking for its own directory"
 trap 'say_what_failed' ERR
 
