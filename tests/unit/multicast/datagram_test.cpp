@@ -145,10 +145,10 @@ TEST(Datagram, LongHeaderKeepsItsFieldsAtTheirOffsetsAndItsBytes) {
 
 TEST(Datagram, TruncatedOneIsCompletedByWhatTheBufferHolds) {
   const std::string whole = filePacket("name", "0123456789");
+  const ReceiveBuffer buffer(whole.substr(0, whole.size() - 6), std::byte{'x'});
   LcdPacketRecord record;
 
-  const DatagramContent content =
-      unpackDatagram(ReceiveBuffer(whole.substr(0, whole.size() - 6), std::byte{'x'}).bytes, record);
+  const DatagramContent content = unpackDatagram(buffer.bytes, record);
 
   EXPECT_TRUE(content.fits);
   ASSERT_TRUE(content.fileData);
