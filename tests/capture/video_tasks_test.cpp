@@ -1,9 +1,9 @@
 // Both watch tasks together on real packets and in real time.
 
 #include "app/shared_state.h"
+#include "capture/capture_network.h"
 #include "support/error_stream_capture.h"
 #include "support/eventually.h"
-#include "unit/video/capture_network.h"
 #include "video/video_mc_watch_init_task.h"
 #include "video/video_mc_watch_task.h"
 #include "video/video_source.h"

@@ -4,9 +4,9 @@
 #include "video/video_capture.h"
 
 #include "app/shared_state.h"
+#include "capture/capture_network.h"
 #include "support/error_stream_capture.h"
 #include "support/eventually.h"
-#include "unit/video/capture_network.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "unit/video/capture_network.h"
+#include "capture/capture_network.h"
 
 #include <arpa/inet.h>
 #include <net/if.h>
