@@ -1,0 +1,95 @@
+// What McTask does with the datagrams that come in.
+#include "app/shared_state.h"
+#include "multicast/mc_task.h"
+#include "support/fake_platform.h"
+#include "support/packet_builder.h"
+#include "unit/multicast/mc_task_fixture.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+#include <thread>
+
+namespace quendal {
+namespace {
+
+TEST_F(McTaskTest, LastDatagramIsHandledAgainAfterAFailedReceiveAndOnceASecond) {
+  std::string datagram = headerElement(1);
+  datagram.replace(16, 4, "SIGN");
+  const std::string report =
+      "\nsig Word Bytes:S\tI\tG\tN\t"
+      "\nError Network packet format detected::sigWord Code:1313294675,disconnecting...";
+  shared::mcPauseReq = true;
+
+  // The socket is opened with the datagram as the only one to come, and then no more.
+  std::thread transmitter([&] {
+    ASSERT_TRUE(capture.waitFor("mc thread resume!"));
+    scene.sendToGroup(datagram);
+    ASSERT_TRUE(capture.waitFor(report));
+    cutOff();
+    shared::mcPauseReq = true;
+    scene.sendToGroup(datagram);
+  });
+  int waits = 0;
+  fake::onEvent([&](const std::string&) {
+    if (shared::mcPauseReq) {
+      shared::mcPauseReq = false;
+    } else if (++waits == 3) {
+      shared::stopReq = true;
+    }
+  });
+  task.runTask();
+  transmitter.join();
+
+  const std::string text = capture.text();
+  const std::string again = kNotReceived + report;
+  EXPECT_TRUE(text.ends_with(kPaused + kNotOpened + again + again + again + kPaused + kEnd)) << text;
+}
+
+TEST_F(McTaskTest, AliveRequestIsAnsweredOverTheNetworkAndLeavesNoFile) {
+  run({[&] {
+         scene.passSeconds(60);
+         scene.sendToGroup(aliveRequestWithFile(serverEntry(server.port())));
+         return true;
+       },
+       [&] { return server.hasConnection(); }, stop()});
+
+  EXPECT_TRUE(server.takeAnswer().ends_with(MulticastScene::kDescriptor));
+  EXPECT_TRUE(scene.temporaryFiles().empty());
+  EXPECT_EQ(capture.text(), kOpened + kPaused + kEnd);
+}
+
+TEST_F(McTaskTest, DatagramThatDoesNotFitGoesNoFurther) {
+  std::string datagram = aliveRequestWithFile(serverEntry(server.port()));
+  datagram.replace(36 + 10 + 13, 4, fromHex("FF FF FF FF"));  // the length of the file's data
+  const std::string report = "\nError Network packet format detected,disconnecting...";
+  run({[&] {
+         scene.passSeconds(60);
+         scene.sendToGroup(datagram);
+         return true;
+       },
+       [&] { return capture.text().find(report) != std::string::npos; }, stop()});
+
+  EXPECT_EQ(capture.text(), kOpened + report + kPaused + kEnd);
+  EXPECT_FALSE(server.hasConnection());
+  EXPECT_TRUE(scene.temporaryFiles().empty());
+}
+
+TEST_F(McTaskTest, FileThatCannotBeSavedIsReportedAndTheAliveCheckRuns) {
+  const std::string report =
+      "\nfile open failed when saving Rx file element"
+      "\nExcp met handling chk alive file element\nException Message:File not found";
+  setenv("TMPDIR", "/nonexistent", 1);
+  run({[&] {
+         scene.passSeconds(60);
+         scene.sendToGroup(aliveRequestWithFile(serverEntry(server.port())));
+         return true;
+       },
+       [&] { return capture.text().find(report) != std::string::npos; }, stop()});
+
+  EXPECT_EQ(capture.text(), kOpened + report + kPaused + kEnd);
+}
+
+}  // namespace
+}  // namespace quendal
