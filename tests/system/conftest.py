@@ -7,13 +7,9 @@ error stream, files, sockets, the commands that were run, the semaphores and /pr
 """
 
 import contextlib
-import pathlib
-import sys
 
 import pytest
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
-sys.path.insert(0, str(ROOT / "tools"))
 pytest.register_assert_rewrite("support")
 
 from quendal_tools.sandbox import Board, SandboxUnavailable  # noqa: E402
@@ -21,13 +17,6 @@ from support import fence  # noqa: E402
 from support.rig import Rig  # noqa: E402
 
 STOP_SECONDS = 30
-
-
-def pytest_addoption(parser):
-    group = parser.getgroup("quendal")
-    group.addoption("--quendal", type=pathlib.Path, default=ROOT / "build/release/Quendal_L",
-                    help="the service's binary (default: the release build)")
-    group.addoption("--no-skips", action="store_true", help="a test that would be skipped fails")
 
 
 def pytest_configure(config):
@@ -54,22 +43,6 @@ def pytest_collection_modifyitems(items):
         if "shared_rig" in item.fixturenames:
             item.add_marker(pytest.mark.xdist_group(item.module.__name__))
     items.sort(key=seconds, reverse=True)
-
-
-@pytest.hookimpl(hookwrapper=True)
-def pytest_runtest_makereport(item):
-    report = (yield).get_result()
-    if report.skipped and item.config.getoption("--no-skips") and not hasattr(report, "wasxfail"):
-        report.outcome = "failed"
-        report.longrepr = f"skipped, which is not allowed here: {report.longrepr[2]}"
-
-
-@pytest.fixture(scope="session")
-def quendal(request):
-    binary = request.config.getoption("--quendal").resolve()
-    if not binary.exists():
-        pytest.fail(f"{binary} is missing: build it first, or name another with --quendal")
-    return binary
 
 
 @contextlib.contextmanager

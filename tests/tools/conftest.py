@@ -4,16 +4,12 @@
 """
 
 import contextlib
-import pathlib
 import socket
-import sys
 
 import pytest
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "tools"))
-
-from played_display import LOOPBACK, PlayedDisplay  # noqa: E402
-from quendal_tools import stick_media  # noqa: E402
+from played_display import LOOPBACK, PlayedDisplay
+from quendal_tools import stick_media
 
 
 @pytest.fixture(name="files")
