@@ -73,7 +73,7 @@ def test_idle_with_the_link_up(rig, number):
     assert stop(rig, number) == 0
     assert rig.text_since(mark) == console.CLOSING + console.CLOSED + console.CEASED
     assert rig.multicast_since(mark) == console.MULTICAST_CLOSING + console.MULTICAST_CEASED
-    assert rig.display.names() == ["NETW_UP"]
+    rig.assert_woken("NETW_UP")
 
 
 def test_with_open_connections(rig, number):

@@ -77,7 +77,7 @@ def test_stop_after_the_announcement_still_brings_the_files(make_rig):
 
     assert stop(rig) == 0
     assert stick.in_target(rig) == ["FileList.sys", "kvXferStop.sys"]
-    assert "RXCOMPLETE" in rig.display.names()
+    rig.display.wait_for("RXCOMPLETE")
 
 
 @pytest.mark.long(25)
@@ -86,7 +86,7 @@ def test_stop_after_the_last_file_completes_the_transfer(make_rig):
     rig.service.wait_for(FINISHED, SERVED_SECONDS)
 
     assert stop(rig) == 0
-    assert "RXCOMPLETE" in rig.display.names()
+    rig.display.wait_for("RXCOMPLETE")
 
 
 @pytest.mark.long(40)
