@@ -4,6 +4,8 @@ import pathlib
 import re
 import shutil
 
+from quendal_tools.board_root import BLOCK_DEVICES, PARTITIONS
+
 TOOLS = pathlib.Path(__file__).resolve().parent.parent
 EXAMPLE = TOOLS / "example"
 
@@ -16,9 +18,11 @@ LOG = "/data/app/Log"
 MAKER_WORK = "/data/home/kavenor/Work"
 COMMAND_LOG = "/var/log/commands.log"
 COMMANDS = "/opt/board/bin"
+PARTITIONS_HEAD = "major minor  #blocks  name\n\n"
 
 _DIRECTORIES = (
-    BIN, WORK, DEST, TARGET, LOG, MAKER_WORK, COMMANDS, "/var/lib/dhcpcd", "/var/log", "/run", "/root", "/mnt")
+    BIN, WORK, DEST, TARGET, LOG, MAKER_WORK, COMMANDS, BLOCK_DEVICES, "/var/lib/dhcpcd", "/var/log", "/run", "/root",
+    "/mnt")
 _RECORDED_COMMANDS = ("sudo", "sync", "systemctl", "reboot", "shutdown", "poweroff", "halt")
 _COPIED_ETC = ("nsswitch.conf", "services", "protocols", "localtime", "ld.so.conf", "debian_version")
 
@@ -41,6 +45,7 @@ def make(root):
     (root / "tmp").mkdir(mode=0o1777)
     _make_etc(root / "etc")
     (root / COMMAND_LOG.lstrip("/")).touch()
+    (root / PARTITIONS.lstrip("/")).write_text(PARTITIONS_HEAD)
     (root / "var/run").symlink_to("/run")
     commands = root / COMMANDS.lstrip("/")
     shutil.copy2(TOOLS / "quendal_tools/board_bin/sudo", commands / "sudo")

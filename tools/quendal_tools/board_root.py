@@ -11,6 +11,10 @@ _PROGRAM_DIRECTORIES = ("usr", "bin", "sbin", "lib", "lib32", "lib64", "libx32")
 _READ_ONLY_ETC = ("alternatives", "ld.so.cache", "ssl")
 _DEVICES = ("null", "zero", "full", "random", "urandom", "tty")
 _MACHINE_SETTINGS = ("acpi", "bus", "fs", "irq", "sys", "sysrq-trigger")
+# The drives that the board's kernel would list; a stick is plugged by writing here. None of the host's is shown.
+BLOCK_DEVICES = "/opt/board/block-devices"
+PARTITIONS = "/opt/board/partitions"
+_DRIVE_LISTS = ((BLOCK_DEVICES, "/sys/class/block"), (PARTITIONS, "/proc/partitions"))
 _LOCKED = kernel.MS_NOSUID | kernel.MS_NODEV | kernel.MS_NOEXEC
 
 
@@ -28,6 +32,8 @@ def enter(root, tools):
     for name in ("proc", "sys"):
         os.mkdir(os.path.join(root, name))
     mount_kernel_files(root)
+    for ours, kernels in _DRIVE_LISTS:
+        _bind_read_only(root + ours, root + kernels)
     kernel.pivot_root(root)
 
 

@@ -1,16 +1,14 @@
 """A technician's stick on a board: what the kernel lists, and a mount that really attaches its folders.
 
 A board of namespaces has no kernel of its own to plug a drive into and may not mount a FAT file system.
-So the kernel's two lists are replaced by files of ours, and a mount of a FAT file system attaches the
-stick's folder instead; releasing it is the real thing.
+So a stick is written into the board's own two lists of drives, and a mount of a FAT file system attaches
+the stick's folder instead; releasing it is the real thing.
 """
 
-from quendal_tools.board_files import TARGET
+from quendal_tools.board_files import PARTITIONS_HEAD, TARGET
+from quendal_tools.board_root import BLOCK_DEVICES, PARTITIONS
 
 _PLACE = "/opt/board/stick"
-_BLOCK_DEVICES = "/opt/board/block-devices"
-_PARTITIONS = "/opt/board/partitions"
-_PARTITIONS_HEAD = "major minor  #blocks  name\n\n"
 _MEMORY_CARD = ["mmcblk0", "mmcblk0p1"]
 _MOUNT = f"""#!/bin/sh
 [ "$1 $2 $4" = "-t vfat -w" ] || exec /usr/bin/mount "$@"
@@ -29,12 +27,8 @@ class Stick:
     def __init__(self, board):
         self._board = board
         board.path(_PLACE).mkdir()
-        board.path(_BLOCK_DEVICES).mkdir()
         board.replace_command("mount", _MOUNT)
         board.replace_command("umount", _UNMOUNT)
-        self._list([])
-        for ours, kernels in ((_BLOCK_DEVICES, "/sys/class/block"), (_PARTITIONS, "/proc/partitions")):
-            board.run(["mount", "--bind", ours, kernels], check=True)
 
     def refuse_mounts(self):
         self._board.replace_command("mount", "#!/bin/sh\nexit 32\n")
@@ -66,16 +60,16 @@ class Stick:
         """The kernel has registered these, beside the board's own memory card."""
         self._list([*_MEMORY_CARD, *names])
         for name in [*_MEMORY_CARD, *names]:
-            self._board.path(f"{_BLOCK_DEVICES}/{name}").mkdir(exist_ok=True)
+            self._board.path(f"{BLOCK_DEVICES}/{name}").mkdir(exist_ok=True)
 
     def pull(self):
-        for entry in self._board.path(_BLOCK_DEVICES).iterdir():
+        for entry in self._board.path(BLOCK_DEVICES).iterdir():
             entry.rmdir()
         self._list([])
 
     def _list(self, names):
         lines = [f"{8:4} {number:8} {1024:10} {name}\n" for number, name in enumerate(names)]
-        self._board.write(_PARTITIONS, _PARTITIONS_HEAD + "".join(lines))
+        self._board.write(PARTITIONS, PARTITIONS_HEAD + "".join(lines))
 
 
 def start_with_stick(make_rig, prepare=lambda drive: None, names=("sda", "sda1"), before_start=lambda board: None):
