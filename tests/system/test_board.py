@@ -27,3 +27,14 @@ def test_drive_written_from_outside_is_listed_and_the_board_cannot_change_the_li
     for attempt in ("mkdir /sys/class/block/sdb", "rmdir /sys/class/block/sda", ": >/proc/partitions"):
         refused = board.run(["sh", "-c", attempt])
         assert refused.returncode != 0 and "Read-only file system" in refused.stderr
+
+
+def test_replaced_command_that_was_a_link_to_the_recording_sudo_leaves_that_alone(make_board):
+    board = make_board()
+
+    board.replace_command("sync", "#!/bin/sh\necho ours\n")
+
+    assert board.run(["sync"], check=True).stdout == "ours\n"
+    assert board.run(["sudo", "echo", "carried out"], check=True).stdout == "carried out\n"
+    assert board.run(["reboot"], check=True).stdout == ""
+    assert [text for _, text in board.commands()] == ["sudo echo carried out", "reboot"]

@@ -109,8 +109,12 @@ class Board(Namespace):
 
     def replace_command(self, name, script):
         """Puts a script of yours before the program of that name on the board's search path."""
-        self.write(f"{COMMANDS}/{name}", script)
-        self.path(f"{COMMANDS}/{name}").chmod(0o755)
+        command = self.path(f"{COMMANDS}/{name}")
+        fresh = command.with_name(name + ".new")
+        fresh.write_text(script)
+        fresh.chmod(0o755)
+        # Not written in place: the name may be a link to the recording sudo, or the old script be running.
+        fresh.replace(command)
 
     def cable(self, up):
         """Plugs the board's cable in or pulls it out: eth0 has its carrier or loses it."""
