@@ -40,7 +40,7 @@ def pytest_collection_modifyitems(items):
         return marker.args[0] if marker else 0
 
     for item in items:
-        if "shared_rig" in item.fixturenames:
+        if "module_rig" in item.fixturenames:
             item.add_marker(pytest.mark.xdist_group(item.module.__name__))
     items.sort(key=seconds, reverse=True)
 
@@ -105,7 +105,8 @@ def rig(make_rig):
 
 
 @pytest.fixture(scope="module")
-def _module_rig(quendal):
+def module_rig(quendal):
+    """A service with its port open that serves one module's tests or fixtures."""
     with rigs(quendal) as make:
         rig = make()
         rig.await_open()
@@ -113,10 +114,10 @@ def _module_rig(quendal):
 
 
 @pytest.fixture
-def shared_rig(_module_rig):
+def shared_rig(module_rig):
     """A rig that the tests of one module share, with its port open; they leave it in normal mode."""
-    _module_rig.settle()
-    return _module_rig
+    module_rig.settle()
+    return module_rig
 
 
 @pytest.fixture
