@@ -12,10 +12,12 @@ namespace {
 
 constexpr long kCycleMs = 100;
 
+// One that cannot be looked for (that takes a descriptor, and there may be none left) counts as down: it
+// is looked for again in the next cycle.
 bool isInterfaceUp(const std::string& name) {
   try {
     return Poco::Net::NetworkInterface::forName(name).isUp();
-  } catch (const Poco::Net::InterfaceNotFoundException&) {
+  } catch (const Poco::Net::NetException&) {
     return false;
   }
 }

@@ -10,8 +10,10 @@
 
 #include <Poco/TaskManager.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <chrono>
+#include <thread>
 
 namespace quendal {
 namespace {
@@ -76,6 +78,22 @@ TEST_F(VideoTasks, NoticeARequestToReopenInASilentCapture) {
 
 TEST_F(VideoTasks, CountAgainWhenTheInterfaceHasGoneAndComeBack) {
   removeCable();
+  plugCable();
+
+  ASSERT_TRUE(errors.waitFor(std::string(kOpened) + kOpened)) << errors.text();
+  expectCounted(kGroup);
+}
+
+// Looking for the interface takes a descriptor, and a crowd on the data port may have taken the last one.
+TEST_F(VideoTasks, CountAgainAlthoughThereWasNoDescriptorToLookForTheInterface) {
+  rlimit allowed{};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &allowed), 0);
+  const rlimit none{.rlim_cur = 0, .rlim_max = allowed.rlim_max};
+
+  removeCable();
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+  std::this_thread::sleep_for(std::chrono::milliseconds(500));
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &allowed), 0);
   plugCable();
 
   ASSERT_TRUE(errors.waitFor(std::string(kOpened) + kOpened)) << errors.text();
