@@ -29,9 +29,8 @@ std::string aliveDescriptorText(const DisplayAddress& own, const std::string& ip
 }
 
 void writeAliveDescriptor(const std::string& path) {
-  const DisplayAddress own{.unitNo = shared::displayNo, .columnNo = shared::columnNo, .groupNo = shared::groupNo};
-  const std::string text =
-      aliveDescriptorText(own, shared::currentIpAddress.get().toString(), readHardwareAddress(shared::netIfName));
+  const std::string text = aliveDescriptorText(ownAddress(), shared::currentIpAddress.get().toString(),
+                                               readHardwareAddress(shared::netIfName));
   saveTemporaryData(path, std::as_bytes(std::span(text)));
 }
 
