@@ -42,6 +42,12 @@ std::span<const std::byte> asBytes(const std::string& bytes) {
   return std::as_bytes(std::span(bytes));
 }
 
+std::string heartbeatPacket() {
+  return fromHex(
+      "14 00 00 00 5C C5 02 00 00 00 00 00 00 00 00 00 E8 8E A5 A5"
+      "09 00 00 00 02 00 00 00 01");
+}
+
 std::string headerElement(std::uint8_t elementCount, std::uint32_t length) {
   std::string element(length, kFiller);
   encodeHeader({.headerLength = length, .elementCount = elementCount}, std::as_writable_bytes(std::span(element)));

@@ -14,6 +14,9 @@ std::string fromHex(const std::string& pairs);
 
 std::span<const std::byte> asBytes(const std::string& bytes);
 
+/// A display's heartbeat, written byte for byte without the codec.
+std::string heartbeatPacket();
+
 /// A header of `elementCount` elements, `length` bytes long (at least 20): the rest is filler.
 std::string headerElement(std::uint8_t elementCount, std::uint32_t length = kHeaderSize);
 

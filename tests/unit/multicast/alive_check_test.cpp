@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <string>
 
@@ -90,6 +91,19 @@ TEST_F(AliveCheck, RequestForAnotherDisplayBuildsNoAnswer) {
 
   EXPECT_FALSE(server.hasConnection());
   EXPECT_EQ(shared::mcReplyRecord.elementCount, 0);
+}
+
+// The descriptor is gone at the end in any case: what tells is that its folder has not changed.
+TEST_F(AliveCheck, OnlyARequestForThisDisplayHasTheDescriptorWritten) {
+  const std::string folder = scene.temporaryPath("");
+  std::filesystem::last_write_time(folder, std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
+  const auto unchanged = std::filesystem::last_write_time(folder);
+
+  handle(aliveRequest(4, 2, 1));
+  EXPECT_EQ(std::filesystem::last_write_time(folder), unchanged);
+
+  handle(aliveRequest(3, 2, 1));
+  EXPECT_NE(std::filesystem::last_write_time(folder), unchanged);
 }
 
 TEST_F(AliveCheck, RequestForAnotherDisplayStillTellsWhereTheServerIs) {

@@ -3,6 +3,7 @@
 #include "app/shared_state.h"
 #include "support/eventually.h"
 #include "support/fake_platform.h"
+#include "support/occurrences.h"
 #include "unit/multicast/mc_task_fixture.h"
 
 #include <gtest/gtest.h>
@@ -13,14 +14,6 @@
 
 namespace quendal {
 namespace {
-
-std::size_t occurrences(const std::string& text, const std::string& part) {
-  std::size_t count = 0;
-  for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
-    ++count;
-  }
-  return count;
-}
 
 TEST_F(McTaskTest, StopBeforeItsStartOpensNothing) {
   shared::stopReq = true;

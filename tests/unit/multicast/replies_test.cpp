@@ -24,10 +24,6 @@ namespace {
 using Poco::Net::SocketAddress;
 using Poco::Net::StreamSocket;
 
-const std::string kHeartbeat = fromHex(
-    "14 00 00 00 5C C5 02 00 00 00 00 00 00 00 00 00 E8 8E A5 A5"
-    "09 00 00 00 02 00 00 00 01");
-
 class Replies : public testing::Test {
  protected:
   // An answer with a file of `size` bytes.
@@ -60,7 +56,7 @@ TEST_F(Replies, HeartbeatReachesTheGroupAndItsPort) {
 
   std::array<char, 100> received{};
   const int length = shared::mcSocket.receiveBytes(received.data(), static_cast<int>(received.size()));
-  EXPECT_EQ(std::string(received.data(), static_cast<std::size_t>(length)), kHeartbeat);
+  EXPECT_EQ(std::string(received.data(), static_cast<std::size_t>(length)), heartbeatPacket());
   EXPECT_EQ(capture.text(), "");
 }
 
@@ -102,7 +98,7 @@ TEST_F(Replies, HeartbeatByTcpHasTheSameBytes) {
 
   sendByTcp();
 
-  EXPECT_EQ(server.takeAnswer(), kHeartbeat);
+  EXPECT_EQ(server.takeAnswer(), heartbeatPacket());
 }
 
 TEST_F(Replies, OtherElementCountsSendNothingAndReportNothing) {

@@ -13,10 +13,6 @@
 namespace quendal {
 namespace {
 
-const std::string kHeartbeat = fromHex(
-    "14 00 00 00 5C C5 02 00 00 00 00 00 00 00 00 00 E8 8E A5 A5"
-    "09 00 00 00 02 00 00 00 01");
-
 // The bytes of `reply`; empty when it does not fit 4096.
 std::string encoded(LcdPacketRecord& reply, const std::string& fileData = {}) {
   std::vector<std::byte> buffer(4096, std::byte{0xEE});
@@ -44,7 +40,7 @@ TEST(Heartbeat, IsThese29Bytes) {
 
   buildHeartbeat(reply);
 
-  EXPECT_EQ(encoded(reply), kHeartbeat);
+  EXPECT_EQ(encoded(reply), heartbeatPacket());
 }
 
 TEST(Heartbeat, HasTheSameBytesAfterAnAnswer) {
@@ -55,7 +51,7 @@ TEST(Heartbeat, HasTheSameBytesAfterAnAnswer) {
 
   buildHeartbeat(reply);
 
-  EXPECT_EQ(encoded(reply), kHeartbeat);
+  EXPECT_EQ(encoded(reply), heartbeatPacket());
 }
 
 TEST(AliveAnswer, IsEveryByteAsItShouldBe) {

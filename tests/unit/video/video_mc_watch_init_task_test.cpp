@@ -3,6 +3,7 @@
 #include "app/shared_state.h"
 #include "support/error_stream_capture.h"
 #include "support/fake_platform.h"
+#include "support/occurrences.h"
 #include "video/video_capture.h"
 
 #include <gtest/gtest.h>
@@ -35,14 +36,6 @@ std::string runFor(
   task.runTask();
   fake::onEvent(nullptr);
   return errors.text();
-}
-
-std::size_t occurrences(const std::string& text, const std::string& part) {
-  std::size_t count = 0;
-  for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) {
-    ++count;
-  }
-  return count;
 }
 
 TEST(CaptureFilter, PassesMulticastToTheGroupOnly) {
