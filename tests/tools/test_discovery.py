@@ -1,13 +1,15 @@
 """A discovery on the loopback interface, with displays played by the test."""
 
 import socket
+import time
 
 import pytest
 
-from alive_packets import answer
+from alive_packets import HEARTBEAT, answer
 from played_display import GROUP, LOOPBACK, answer_to
 from quendal_tools import packet
 from quendal_tools.discovery import Answered, Discovery, Heartbeat, Refused
+
 
 @pytest.fixture(name="discovery")
 def _discovery(port):
@@ -82,6 +84,31 @@ def test_a_heartbeat_is_told_and_one_s_own_request_is_not(discovery, display):
     display.heartbeat()
 
     assert first_event(discovery) == Heartbeat(LOOPBACK)
+
+
+class FloodedSocket(socket.socket):
+    """Whenever a datagram is taken the next one is there already, for up to five seconds."""
+
+    end = None
+
+    def recvfrom(self, size):
+        self.end = self.end or time.monotonic() + 5
+        if time.monotonic() < self.end:
+            self.sendto(HEARTBEAT, self.getsockname())
+        return super().recvfrom(size)
+
+
+def test_a_flood_of_datagrams_does_not_make_a_discovery_longer(port, display):
+    def make_socket(kind):
+        return FloodedSocket(socket.AF_INET, kind)
+
+    with Discovery(GROUP, port, interface="lo", make_socket=make_socket) as discovery:
+        display.heartbeat()
+        begin = time.monotonic()
+
+        assert set(discovery.events(0.2)) == {Heartbeat(LOOPBACK)}
+
+        assert time.monotonic() - begin < 4
 
 
 def test_the_last_datagram_of_a_discovery_is_no_request(port, display):

@@ -103,7 +103,9 @@ class Discovery:
         waiting = self._waiting
         while waiting or time.monotonic() < end:
             # Whatever can be read is read first: making sense of one answer must not delay the next one's time.
-            ready = self._selector.select(0 if waiting else min(end - time.monotonic(), 1))
+            # What comes behind the end is left alone, or there would be none while somebody floods the group.
+            left = end - time.monotonic()
+            ready = self._selector.select(0 if waiting else min(left, 1)) if left > 0 else []
             for key, _ in ready:
                 waiting.extend(key.data(key.fileobj))
             waiting.extend(self._server.drop_slow_ones())
