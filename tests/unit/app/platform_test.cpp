@@ -136,24 +136,6 @@ TEST(RunShellIn, WaitsForItsOwnChildOnly) {
   EXPECT_EQ(WEXITSTATUS(status), 7);
 }
 
-TEST(RunShellIn, ChildWorksInTheDirectoryAndTheCallerStaysWhereItIs) {
-  const TemporaryFolder folder;
-  const auto before = std::filesystem::current_path();
-
-  EXPECT_EQ(platform::runShellIn(folder.path(), "pwd > out; exit 3"), 3 * 256);
-
-  EXPECT_EQ(readFile(folder.path() + "/out"), folder.path() + "\n");
-  EXPECT_EQ(std::filesystem::current_path(), before);
-}
-
-TEST(RunShellIn, WithoutTheDirectoryTheCommandIsNotRunAnywhereElse) {
-  const TemporaryFolder folder;
-
-  EXPECT_EQ(platform::runShellIn(folder.path() + "/missing", "echo run > " + folder.path() + "/out"), -1);
-
-  EXPECT_FALSE(std::filesystem::exists(folder.path() + "/out"));
-}
-
 TEST(Platform, SleepWaitsAtLeastItsTime) {
   const auto start = Clock::now();
 
