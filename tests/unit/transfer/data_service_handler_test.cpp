@@ -65,6 +65,23 @@ TEST(DataServiceHandler, PacketsOfOneSegmentAreReadOneByOne) {
   EXPECT_EQ(shared::dataRxRecord.elementCount, 0);
 }
 
+TEST(DataServiceHandler, EachNotificationReadsOnePacketThoughTheSegmentHoldsMore) {
+  const ErrorStreamCapture capture;
+  LoopbackPair pair = connectLoopback();
+  DataReactor reactor;
+  auto* handler = new DataServiceHandler(pair.accepted, reactor);
+  sendAll(pair.transmitter, headerElement(1, 21) + headerElement(2, 22) + commandStatusElement());
+
+  handler->onReadable(nullptr);
+  EXPECT_EQ(shared::dataRxRecord.headerLength, 21U);
+  handler->onReadable(nullptr);
+  EXPECT_EQ(shared::dataRxRecord.headerLength, 22U);
+  EXPECT_EQ(pair.accepted.available(), 0) << "the second one's command status is read with it";
+
+  reactor.close();
+  reactor.run();  // only the shutdown notification, which deletes the handler
+}
+
 TEST(DataServiceHandler, HeaderFieldsGoIntoTheRecord) {
   std::string header = headerElement(2, 21);
   std::copy_n("\x01\x02\x03\x04\x05\x06\x07\x08", 8, header.begin() + 8);

@@ -104,6 +104,13 @@ TEST_F(FileReception, NameLengthsThatFitAreTaken) {
   }
 }
 
+TEST_F(FileReception, NameIsTerminatedWhereItEndsThoughALongerOneCameBefore) {
+  messagesAfter(filePacket("a-longer-name", "") + filePacket("name", ""));
+
+  EXPECT_STREQ(shared::dataRxRecord.fileNameBuffer.data(), "name");
+  EXPECT_EQ(shared::dataRxRecord.fileName, "name");
+}
+
 TEST_F(FileReception, NameLengthsThatDoNotFitAreSaidSoAndTheNameIsNotRead) {
   for (const std::uint16_t length : std::initializer_list<std::uint16_t>{1024, 65535}) {
     EXPECT_EQ(messagesAfter(headerElement(3) + commandStatusElement() + fileElementHead(length)),
