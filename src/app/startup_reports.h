@@ -22,8 +22,8 @@ DipSetting parseDipSetting(const std::string& hexText);
 /// The report of `setting`, with the line break that it begins with.
 std::string dipReport(const DipSetting& setting);
 
-/// The report of a panel turned by `degrees`, with the line breaks around it. Other angles than 0 to
-/// 359 degrees have no name.
+/// The report of a panel turned by `degrees`, with the line breaks around it. Whole quarter turns count,
+/// towards zero: -89 to 359 degrees have a name, other angles have none.
 std::string orientationReport(int degrees);
 
 }  // namespace quendal
