@@ -1,6 +1,7 @@
 """Files arrive byte for byte, and the stream goes on where it should."""
 
 import random
+import re
 import socket
 
 import pytest
@@ -133,13 +134,18 @@ def test_header_only_packet_leaves_the_connection_open(shared_rig):
 
 
 def test_two_connections_take_turns_packet_by_packet(shared_rig):
+    files = {name: [packet.file_packet(f"{name}{number}.bin", name.encode()) for number in range(5)]
+             for name in ("one", "two")}
+    mark = shared_rig.service.mark()
     with shared_rig.session() as one, shared_rig.connect() as two:
-        for number in range(5):
-            for name, connection in (("one", one), ("two", two)):
-                connection.sendall(packet.file_packet(f"{name}{number}.bin", name.encode()))
-        for number in range(5):
-            shared_rig.await_stored(f"one{number}.bin", b"one")
-            shared_rig.await_stored(f"two{number}.bin", b"two")
+        # While the service waits at the stop marker, both connections' packets gather.
+        one.sendall(packet.file_packet("kvXferStop.sys", b"") + b"".join(files["one"]))
+        two.sendall(b"".join(files["two"]))
+        for name in files:
+            shared_rig.await_stored(f"{name}4.bin", name.encode())
+
+    turns = re.findall(r"fileAsciiName:(one|two)\d\.bin", shared_rig.text_since(mark))
+    assert [set(turns[at:at + 2]) for at in range(0, len(turns), 2)] == 5 * [{"one", "two"}]
 
 
 def test_five_thousand_small_files_on_one_connection_all_arrive(shared_rig):

@@ -23,6 +23,9 @@ REOPEN_SECONDS = 20
 # On a loaded machine the display, and whoever writes a time down, may be so much late.
 NOTICED_LATE = 0.5
 
+# A service that only waits takes less than this part of a core, whatever else the machine does.
+IDLE_SHARE = 0.2
+
 
 class Rig:
     def __init__(self, board, display, service):
