@@ -9,7 +9,7 @@ import pytest
 from quendal_tools import packet
 from quendal_tools.board_files import TARGET
 from support import console, packets
-from support.rig import await_acknowledged, peer_of
+from support.rig import PORT, await_acknowledged, peer_of
 
 SIZES = [1, 1023, 1024, 1025, 65535, 65536, 65537, 1_000_000]
 EMPTY = packet.file_packet("end.bin", b"")
@@ -17,6 +17,13 @@ EMPTY = packet.file_packet("end.bin", b"")
 
 def content(size):
     return random.Random(size).randbytes(size)
+
+
+def test_port_is_open_on_every_address_and_sixty_four_connections_may_wait(shared_rig):
+    state, _, waiting, address, *_ = shared_rig.board.run(
+        ["ss", "-ltnH", f"sport = :{PORT}"], check=True).stdout.split()
+
+    assert (state, int(waiting), address) == ("LISTEN", 64, f"0.0.0.0:{PORT}")
 
 
 def test_files_of_all_sizes_on_one_connection_are_stored_as_sent(shared_rig):
