@@ -98,6 +98,12 @@ TEST_F(StaticAddress, IsAppliedToTheDefaultInterfaceBeforeTheConfiguredOneIsRead
   folder.writeServiceIni({}, "[ethernet]\ninterface = enp3s0\n");
   folder.write("Work/IPAddress.ini", std::string(kStaticIni) + "DNS = 192.168.0.2\n");
   folder.write("etc/resolv.conf", "what was there before, which is longer than what is written now\n");
+  std::string serversAtSync;
+  fake::onEvent([&](const std::string& event) {
+    if (event == "run sync") {
+      serversAtSync = readFile(folder.path() + "/etc/resolv.conf");
+    }
+  });
 
   EXPECT_EQ(loadStartupConfig(), 0);
 
@@ -105,6 +111,7 @@ TEST_F(StaticAddress, IsAppliedToTheDefaultInterfaceBeforeTheConfiguredOneIsRead
             Events({"run sync", kStopDhcp, kStopDhcp, "run sudo ifconfig eth0 192.168.0.10 netmask 255.255.255.0 up",
                     "sleep 2000", "run sudo route add default gw 192.168.0.1"}));
   EXPECT_EQ(readFile(folder.path() + "/etc/resolv.conf"), "nameserver 8.8.8.8\nnameserver 192.168.0.2\n");
+  EXPECT_EQ(serversAtSync, "nameserver 8.8.8.8\nnameserver 192.168.0.2\n") << "complete before it is synced";
   EXPECT_TRUE(shared::staticIpMode);
   EXPECT_EQ(shared::netIfName, "enp3s0");
 }
