@@ -4,14 +4,28 @@
 #include "support/semaphore_set.h"
 
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdlib>
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace quendal {
 namespace {
+
+// What `act` returns in a process of its own, which has ended by then.
+int inAnotherProcess(const std::function<int()>& act) {
+  const pid_t child = fork();
+  if (child == 0) {
+    _exit(act());
+  }
+  int status = -1;
+  EXPECT_EQ(waitpid(child, &status, 0), child);
+  return WEXITSTATUS(status);
+}
 
 TEST(SemaphoreTable, NamesEveryEventInItsOrder) {
   const std::vector<std::pair<std::uint32_t, std::string>> expected = {
@@ -116,6 +130,32 @@ TEST(SemaphorePost, DisplayThatNeverTakesLosesOnlyWhatTheKernelCannotHold) {
   EXPECT_EQ(semaphore.value(), kLargestValue);
 }
 
+TEST(SemaphorePost, PostsThatNobodyTookAreTakenBackWhenTheProcessEnds) {
+  const SemaphoreSet semaphore("TORVA_G_IPC_SEM_NETW_UP");
+
+  const int valueBeforeItsEnd = inAnotherProcess([&] {
+    postIpcSemaphore(kNetworkUp);
+    postIpcSemaphore(kNetworkUp);
+    return semaphore.value();
+  });
+
+  EXPECT_EQ(valueBeforeItsEnd, 2);
+  EXPECT_EQ(semaphore.value(), 0);
+}
+
+TEST(SemaphoreWait, PostThatWasTakenIsGivenBackWhenTheProcessEnds) {
+  const SemaphoreSet semaphore("TORVA_G_IPC_SEM_RXCOMPLETE");
+  postIpcSemaphore(kRxComplete);
+
+  const int valueBeforeItsEnd = inAnotherProcess([&] {
+    waitIpcSemaphore(semaphore.id());
+    return semaphore.value();
+  });
+
+  EXPECT_EQ(valueBeforeItsEnd, 0);
+  EXPECT_EQ(semaphore.value(), 1);
+}
+
 TEST(SemaphoreWait, TakesOnePost) {
   const SemaphoreSet semaphore("TORVA_G_IPC_SEM_RXCOMPLETE");
   postIpcSemaphore(kRxComplete);
@@ -168,6 +208,20 @@ TEST(SemaphorePost, HundredThousandPostsWithAConsumerLoseNone) {
     ASSERT_TRUE(semaphore.take()) << "post " << post;
   }
   EXPECT_EQ(semaphore.value(), 0);
+}
+
+TEST(SemaphorePost, NoneIsLostOnADisplayThatLagsFarBehind) {
+  constexpr int kBehind = 20000;  // leaves no room for the largest step of the undo adjustment
+  SemaphoreSet semaphore("TORVA_G_IPC_SEM_NETW_DN");
+  for (int post = 0; post < kBehind; ++post) {
+    ASSERT_EQ(postIpcSemaphore(kNetworkDown), 0) << "post " << post;
+  }
+
+  for (int post = 0; post < 40000; ++post) {
+    ASSERT_EQ(postIpcSemaphore(kNetworkDown), 0) << "post " << post;
+    ASSERT_TRUE(semaphore.take()) << "post " << post;
+  }
+  EXPECT_EQ(semaphore.value(), kBehind);
 }
 
 }  // namespace
