@@ -1,12 +1,16 @@
 """What the tests in Python share: the way to the tools, the choice of the binary, and what becomes of skips."""
 
 import pathlib
+import signal
 import sys
 
 import pytest
 
 ROOT = pathlib.Path(__file__).resolve().parents[1]
 sys.path.insert(0, str(ROOT / "tools"))
+
+# A shell has its background commands ignore Ctrl-C, and the programs under test would inherit that.
+signal.signal(signal.SIGINT, signal.default_int_handler)
 
 
 def pytest_addoption(parser):
