@@ -17,8 +17,9 @@ namespace {
 
 using Bytes = std::span<const std::byte>;
 
+// `size` is that of a file that fits into a reply.
 std::string readFile(const std::string& path, std::uint64_t size) {
-  std::string content(size, '\0');
+  std::string content(static_cast<std::size_t>(size), '\0');
   Poco::FileInputStream file(path, std::ios::binary);
   if (!file.read(content.data(), static_cast<std::streamsize>(size))) {
     throw Poco::ReadFileException(path);

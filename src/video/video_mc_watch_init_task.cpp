@@ -4,23 +4,10 @@
 #include "app/shared_state.h"
 #include "video/video_capture.h"
 
-#include <Poco/Net/NetException.h>
-#include <Poco/Net/NetworkInterface.h>
-
 namespace quendal {
 namespace {
 
 constexpr long kCycleMs = 100;
-
-// One that cannot be looked for (that takes a descriptor, and there may be none left) counts as down: it
-// is looked for again in the next cycle.
-bool isInterfaceUp(const std::string& name) {
-  try {
-    return Poco::Net::NetworkInterface::forName(name).isUp();
-  } catch (const Poco::Net::NetException&) {
-    return false;
-  }
-}
 
 }  // namespace
 
@@ -41,16 +28,10 @@ void VideoMcWatchInitTask::serveCapture() {
   if (shared::videoCaptureReopenReq.exchange(false)) {
     videoCapture.open(shared::netIfName, shared::videoMcAddress);
   }
+  // Required: a capture whose interface has gone stays as it is, and fails in every cycle, until a
+  // re-open is requested. It costs a call each time.
   if (shared::linkUp && videoCapture.isOpen() && !mustStop()) {
-    runCapture();
-  }
-}
-
-// A capture that failed never sees its interface again, not even when one of the same name comes back
-// in its place. Until then it is tried in every cycle and fails in every one.
-void VideoMcWatchInitTask::runCapture() {
-  if (!videoCapture.run() && isInterfaceUp(shared::netIfName)) {
-    shared::videoCaptureReopenReq = true;
+    videoCapture.run();
   }
 }
 

@@ -10,8 +10,8 @@ namespace quendal {
 /// capture's loop, also across a loss of the link, until a re-open is requested or the task is
 /// cancelled; VideoMcWatchTask ends the loop for the former, cancel for the latter.
 ///
-/// A capture that could not be opened stays closed until the next request. One that fails, because its
-/// interface has gone, is opened anew when the interface is back.
+/// A capture that could not be opened stays closed until the next request. One whose interface has gone
+/// counts nothing more until then, also when an interface of that name is back.
 class VideoMcWatchInitTask : public ServiceTask {
  public:
   VideoMcWatchInitTask();
@@ -23,7 +23,6 @@ class VideoMcWatchInitTask : public ServiceTask {
 
  private:
   void serveCapture();
-  void runCapture();
   bool mustStop() const;
 };
 

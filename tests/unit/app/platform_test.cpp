@@ -57,10 +57,10 @@ TEST(RunShell, ChildHasDefaultSignalsAndAnEmptyMask) {
   platform::runShell("sed -n 's/Sig[BI][lg][kn]://p' /proc/self/status > " + folder.path() + "/out");
 
   // The C library itself keeps two real-time signals ignored in a child; nobody else can send them.
-  constexpr unsigned long kLibrarySignals = 0x180000000;
+  constexpr unsigned long long kLibrarySignals = 0x180000000;
   std::istringstream out(readFile(folder.path() + "/out"));
-  unsigned long blocked = 1;
-  unsigned long ignored = 1;
+  unsigned long long blocked = 1;
+  unsigned long long ignored = 1;
   out >> std::hex >> blocked >> ignored;
   EXPECT_EQ(blocked, 0U);
   EXPECT_EQ(ignored & ~kLibrarySignals, 0U);
