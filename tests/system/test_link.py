@@ -214,6 +214,19 @@ def test_other_interface_with_an_address_is_not_taken_for_eth0(make_rig):
         [console.NOT_LINKED, "dhcpcd up eth1 cmd rc code", "256", console.NOT_LINKED])
 
 
+def test_interface_that_is_down_is_not_found_until_the_service_has_brought_it_up(make_rig):
+    rig = make_rig(before_start=lambda board: board.run(["ip", "link", "set", "eth0", "down"], check=True))
+
+    rig.await_open()
+
+    rig.assert_woken("NETW_UP")
+    assert console.is_interleaving(
+        rig.text_since(0).removeprefix(console.start_up()),
+        [console.DATA_TASK_START, console.WAITING, console.OPENING, console.OPEN],
+        [console.NOT_LINKED, console.DHCP_OK, console.LINKED, console.BACK_ON, console.LINKED])
+    assert texts(rig.board.commands()) == [UP_COMMAND, DHCP_COMMAND]
+
+
 def test_link_up_is_posted_once_and_idle_cycles_do_nothing(rig):
     mark, known = rig.service.mark(), len(rig.board.commands())
     began = rig.service.cpu_seconds()

@@ -124,6 +124,20 @@ TEST_F(LinkVerdict, RefreshTakesTheAddressOfTheLinkedInterfaceAndJudgesByIt) {
   EXPECT_EQ(shared::linkUp, usable);
 }
 
+TEST_F(LinkVerdict, InterfaceThatComesWithTheRefreshIsMarkedAndJudgedByItsAddress) {
+  watch("nosuch0");
+  setCarrier("1");
+
+  run({[] { setAddress("127.0.0.1"); }}, [this] {
+    if (lastEvent.starts_with("run sudo dhcpcd")) {
+      watch("lo");
+    }
+  });
+
+  EXPECT_TRUE(shared::carrierUpSeen);
+  EXPECT_EQ(shared::currentIpAddress.get(), firstAddressOf(machineChoice().interface));
+}
+
 TEST_F(LinkVerdict, CarrierLostDuringTheRefreshIsDown) {
   const Entries entries = run({nothing}, [this] {
     if (lastEvent.starts_with("run sudo dhcpcd")) {

@@ -73,9 +73,20 @@ TEST_F(MainTaskTest, StartRemembersTheAddressOfTheLinkedInterface) {
 }
 
 TEST_F(MainTaskTest, NetworkTasksStayPausedUntilTheLinkHasComeUp) {
-  removeCarrierFile();
-  run({nothing, nothing});
+  const auto unusableAddress = [] {
+    shared::linkUp = true;
+    setAddress("169.254.0.1");
+  };
+  const auto noCarrier = [this] { setCarrier("0\n"); };
+  const auto noInterface = [this] {
+    watch("none0");
+    setCarrier("1\n");
+  };
+  const auto noCarrierFile = [this] { removeCarrierFile(); };
 
+  const Entries entries = run({unusableAddress, noCarrier, noInterface, noCarrierFile});
+
+  EXPECT_EQ(std::count(entries.begin(), entries.end(), "post NETW_DN"), 4);
   EXPECT_TRUE(shared::mcPauseReq);
   EXPECT_TRUE(shared::dataPauseReq);
 }
@@ -86,6 +97,7 @@ TEST_F(MainTaskTest, FirstLinkUpReleasesTheNetworkTasksAndHandsTheInterfaceOver)
   EXPECT_FALSE(shared::mcPauseReq);
   EXPECT_FALSE(shared::dataPauseReq);
   EXPECT_EQ(shared::currentInterface.displayName(), machineChoice().interface.displayName());
+  EXPECT_EQ(shared::currentIpAddress.get(), firstAddressOf(machineChoice().interface));
   EXPECT_EQ(capture.text(), machineLine() + kBackOn + machineLine());
 }
 
