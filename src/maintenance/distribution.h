@@ -13,8 +13,9 @@ namespace quendal {
 ///
 /// Without a list file nothing happens. A bad entry, or a name that leads out of `folder` or of the
 /// target directory, ends it before anything is told or copied. Throws Poco::Exception when the list
-/// cannot be read or a file cannot be copied; what was copied before stays, the failed file does not.
-/// Once the display application was told, a stop request shortens the waits and no more.
+/// cannot be read, a file cannot be copied or the marker cannot be created; what was copied before
+/// stays, the failed file does not. Once the display application was told, a stop request shortens the
+/// waits and no more.
 void distributeFiles(const std::string& folder, const StoppableWait& wait);
 
 }  // namespace quendal

@@ -6,7 +6,8 @@
 namespace quendal {
 
 /// May a file of this name be copied from `folder` into `directory`? Both are fences (see
-/// resolveInside). A place that does not exist is no reason to say no: that shows when copying.
+/// resolveInside), and a file that is a symbolic link in `folder` is refused wherever it leads. A place
+/// that does not exist is no reason to say no: that shows when copying.
 bool isCopyAllowed(const std::string& folder, const std::string& directory, const std::string& name);
 
 /// Copies the file `name` of `folder` to the same name in `directory`, with its permissions. A file

@@ -20,6 +20,9 @@ void readLogDataMode();
 /// Serves "KVLOG" on the stick at `mountPoint`: with shared::logDataMode raw data is copied there.
 /// Without it the logs are packed and moved there and the stick is released at once; what follows sees
 /// the bare mount point, beginning with the read-back of packages (see package_readback.h).
+///
+/// Throws Poco::Exception when the folder of the board's own logs, or one for the packages, is missing
+/// and cannot be created.
 ExportResult exportLogs(const std::string& mountPoint, const StoppableWait& wait);
 
 /// Serves "KVBAK" on the stick at `mountPoint`: the whole application goes there.

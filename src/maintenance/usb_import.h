@@ -8,7 +8,7 @@
 namespace quendal {
 
 /// Looks for "KVCFG" on the stick at `mountPoint` and distributes the files of its best folder (see
-/// distribution.h). Without "KVCFG" the device is restarted if `exportDone`.
+/// distribution.h; throws as that does). Without "KVCFG" the device is restarted if `exportDone`.
 void importConfiguration(const std::string& mountPoint, bool exportDone, const StoppableWait& wait);
 
 }  // namespace quendal

@@ -13,10 +13,10 @@ struct LinkedInterface {
   bool found = false;
 };
 
-/// Picks from `list`, in its order, the first record named `name` whose address 0 is an IPv4 unicast
-/// address and no loopback address. A record that is passed over for its address becomes the fallback
-/// if that address is an IPv4-mapped IPv6 loopback address, the last such one; otherwise the fallback
-/// is an empty record. Pure. The list may hold an interface once for each of its addresses.
+/// Picks from `list`, in its order, the first record named `name` that supports IPv4 and whose address 0
+/// is a unicast address and no loopback address. A record that is passed over for its address becomes
+/// the fallback if that address is an IPv4-mapped IPv6 loopback address, the last such one; otherwise
+/// the fallback is an empty record. Pure. The list may hold an interface once for each of its addresses.
 LinkedInterface chooseLinkedInterface(const Poco::Net::NetworkInterface::List& list, const std::string& name);
 
 /// Chooses among the system's interfaces that are up and have an address, under the fixed name
