@@ -3,6 +3,7 @@
 #include "app/console.h"
 #include "app/platform.h"
 #include "app/shared_state.h"
+#include "app/system_commands.h"
 #include "ipc/semaphore_table.h"
 #include "maintenance/file_list.h"
 #include "maintenance/stick_file_copy.h"
@@ -21,8 +22,6 @@ namespace {
 constexpr long kStart2RxMs = 6000;
 constexpr long kStart2RxDontCareMs = 1000;
 constexpr long kRxCompleteMs = 6000;
-
-constexpr const char* kSync = "sudo sync";
 
 std::string readFileList(const std::string& path) {
   const Poco::AutoPtr<Poco::Util::IniFileConfiguration> ini(new Poco::Util::IniFileConfiguration(path));
@@ -56,14 +55,14 @@ void copyFiles(const std::string& folder, const std::vector<std::string>& names)
     ++index;
     console::write(copyReport(Poco::DateTime(platform::now()), index, names.size(), name));
     copyStickFile(folder, shared::targetRootDir, name);
-    platform::runShell(kSync);
+    platform::runShell(kSyncCommand);
   }
   console::line("File copying finished.");
 }
 
 void leaveStopMarker() {
   Poco::File(shared::targetRootDir + "/" + std::string(kTransferStopMarker)).createFile();
-  platform::runShell(kSync);
+  platform::runShell(kSyncCommand);
 }
 
 }  // namespace

@@ -2,8 +2,8 @@
 
 #include "app/console.h"
 #include "app/platform.h"
+#include "app/system_commands.h"
 #include "maintenance/folders.h"
-#include "maintenance/restart.h"
 #include "transfer/control_files.h"
 
 #include <Poco/File.h>
@@ -73,7 +73,7 @@ void retrievePackages(const std::string& sourceFolder) {
     copyPackage(package, sourceFolder);
   }
   console::line(kBannerEdge);
-  platform::runShell("sudo sync");
+  platform::runShell(kSyncCommand);
   console::line("Going to reboot device......");
   platform::runShell(kRestartCommand);
 }

@@ -77,8 +77,8 @@ std::string driveFoundReport(const std::string& name) {
   return "USB drive found: [/dev/" + name + "]";
 }
 
-std::string unmountCommand(const std::string& name) {
-  return "sudo umount " + mountPointOf(name);
+std::string unmountCommand(const std::string& mountPoint) {
+  return "sudo umount " + mountPoint;
 }
 
 std::string makeMountPointCommand(const std::string& name) {

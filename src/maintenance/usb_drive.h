@@ -42,7 +42,7 @@ bool isStickDrive(const std::string& name);
 std::string mountPointOf(const std::string& name);
 
 std::string driveFoundReport(const std::string& name);
-std::string unmountCommand(const std::string& name);
+std::string unmountCommand(const std::string& mountPoint);
 std::string makeMountPointCommand(const std::string& name);
 std::string mountCommand(const std::string& name);
 

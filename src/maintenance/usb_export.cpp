@@ -3,8 +3,10 @@
 #include "app/console.h"
 #include "app/platform.h"
 #include "app/shared_state.h"
+#include "app/system_commands.h"
 #include "maintenance/folders.h"
 #include "maintenance/package_readback.h"
+#include "maintenance/usb_drive.h"
 
 #include <Poco/AutoPtr.h>
 #include <Poco/Exception.h>
@@ -46,8 +48,8 @@ void createLogFolder() {
 void moveLogsAndRelease(const std::string& mountPoint) {
   platform::runShellIn("/data/app", "sudo tar zcf zelo-curLogs.tar.gz Log ");
   platform::runShell("sudo mv /data/app/*.gz " + mountPoint + "/KVLOG/");
-  platform::runShell("sudo sync");
-  platform::runShell("sudo umount " + mountPoint);
+  platform::runShell(kSyncCommand);
+  platform::runShell(unmountCommand(mountPoint));
 }
 
 }  // namespace

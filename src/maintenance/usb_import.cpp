@@ -3,10 +3,10 @@
 #include "app/console.h"
 #include "app/platform.h"
 #include "app/shared_state.h"
+#include "app/system_commands.h"
 #include "maintenance/distribution.h"
 #include "maintenance/folder_match.h"
 #include "maintenance/folders.h"
-#include "maintenance/restart.h"
 
 namespace quendal {
 namespace {

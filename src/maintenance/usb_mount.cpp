@@ -26,13 +26,13 @@ void releasePulledStick(std::string& driveName) {
     return;
   }
   console::line("to umount drv:" + driveName);
-  platform::runShell(unmountCommand(driveName));
+  platform::runShell(unmountCommand(mountPointOf(driveName)));
   driveName.clear();
 }
 
 void releaseStaleMount(const std::string& driveName) {
   console::line(driveFoundReport(driveName));
-  platform::runShell(unmountCommand(driveName));
+  platform::runShell(unmountCommand(mountPointOf(driveName)));
 }
 
 // Reads one line with its line end, which belongs to the report; false at the end of the file.

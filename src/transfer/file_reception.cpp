@@ -3,6 +3,7 @@
 #include "app/console.h"
 #include "app/platform.h"
 #include "app/shared_state.h"
+#include "app/system_commands.h"
 #include "ipc/semaphore_table.h"
 #include "transfer/byte_order.h"
 #include "transfer/control_files.h"
@@ -143,11 +144,11 @@ void DataServiceHandler::rebootIfAsked() {
   if (!isRebootRequest(nameScratch.data())) {
     return;
   }
-  platform::runShell("sudo sync");
+  platform::runShell(kSyncCommand);
   console::write("\nGoing to reboot device......\n");
   platform::sleepMs(kRebootWaitMs);
   postIpcSemaphore(kRxComplete);
-  platform::runShell("sudo systemctl reboot -i");
+  platform::runShell(kRestartCommand);
 }
 
 }  // namespace quendal

@@ -23,6 +23,7 @@ BASE = {
     "app/platform",
     "app/service_task",
     "app/shared_state",
+    "app/system_commands",
     "transfer/lcd_packet_record",
 }
 LENT = {"transfer/byte_order", "transfer/lcd_packet", "transfer/received_file"}

@@ -86,7 +86,7 @@ TEST(PreferPartition, TakesTheLastSdNameWithoutAFirstPartition) {
 
 TEST(DriveCommands, NameTheDriveAndItsMountPoint) {
   EXPECT_EQ(mountPointOf("sda1"), "/data/home/sda1");
-  EXPECT_EQ(unmountCommand("sda1"), "sudo umount /data/home/sda1");
+  EXPECT_EQ(unmountCommand("/data/home/sda1"), "sudo umount /data/home/sda1");
   EXPECT_EQ(makeMountPointCommand("sda1"), "sudo mkdir -p /data/home/sda1");
   EXPECT_EQ(mountCommand("sda1"), "sudo mount -t vfat /dev/sda1 -w /data/home/sda1");
   EXPECT_EQ(driveFoundReport("sda1"), "USB drive found: [/dev/sda1]");
