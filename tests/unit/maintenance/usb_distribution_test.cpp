@@ -146,6 +146,18 @@ TEST_F(Distribution, SemicolonsAtTheEndsAreTrimmed) {
   EXPECT_TRUE(inTarget("x.zip"));
 }
 
+TEST_F(Distribution, ListWithTheLineEndsOfWindowsIsReadAlike) {
+  board.write("/data/home/sda1/KVCFG/1.2.3/KVFILE_XFER_INSTRU.spt",
+              "[new_local_dist_task]\r\nfileList = a#0#x.zip;b#0#y.zip\r\n");
+  writeSource("x.zip", "x");
+  writeSource("y.zip", "y");
+
+  distribute();
+
+  EXPECT_TRUE(errors.text().starts_with(banner("a#0#x.zip;b#0#y.zip")));
+  EXPECT_EQ(readFile(target("y.zip")), "y");
+}
+
 TEST_F(Distribution, FormatErrorPostsAndCopiesNothing) {
   writeSource("x.zip", "layout");
   for (const char* value : {"a#1#x.zip", "x.zip", "a#0#x.zip;;a#0#FileList.sys", "a#0#x.zip;b#0#FileList.sys#"}) {
