@@ -6,6 +6,7 @@ import pytest
 
 from quendal_tools.board_files import TARGET
 from support import console, stick
+from support.rig import NOTICED_LATE
 from support.stick import SERVED_SECONDS, start_with_stick
 
 TOLERANCE = 0.05
@@ -64,7 +65,7 @@ def test_listed_files_are_announced_copied_synced_marked_and_completed(make_rig)
     assert stick.in_target(rig) == sorted([*names, STOP_MARKER])
     assert stick.commands_of(rig) == [*stick.mount_commands(), *4 * ["sudo sync"]]
     started, synced = rig.display.wait_for("START2RX"), stick.times_of(rig, "sudo sync")
-    assert synced[0] - started >= 6 - TOLERANCE
+    assert synced[0] - started >= 6 - NOTICED_LATE
     assert completed - synced[-1] >= 6 - TOLERANCE
     rig.await_open()
     rig.assert_woken("START2RX", "RXCOMPLETE", "NETW_UP")
@@ -78,7 +79,7 @@ def test_list_for_a_display_that_need_not_care_waits_one_second(make_rig):
     rig.display.wait_for("RXCOMPLETE", timeout=60)
 
     announced, synced = rig.display.wait_for("START2RXDUNCARE"), stick.times_of(rig, "sudo sync")
-    assert 1 - TOLERANCE <= synced[0] - announced < 5
+    assert 1 - NOTICED_LATE <= synced[0] - announced < 5
     rig.await_open()
     rig.assert_woken("START2RXDUNCARE", "RXCOMPLETE", "NETW_UP")
 
