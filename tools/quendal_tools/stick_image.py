@@ -29,6 +29,10 @@ class StickImage:
         """Everything that lies on the stick now, in the form that create takes."""
         return dict(sorted(_below(stick_media.existing(self.path), "")))
 
+    def listing(self):
+        """The names of everything that lies on the stick now, each with its size, as lines."""
+        return "".join(f"{name} {'(folder)' if data is None else len(data)}\n" for name, data in self.content().items())
+
 
 def _below(stick, folder):
     for name, is_folder in stick.entries(folder):

@@ -57,7 +57,6 @@ class Rig:
         events = "".join(f"{moment:.3f} {name}\n" for moment, name in self.board.display.events())
         parts = {"error stream": self.service.stderr_text(), "wake-ups": events, "console": self.board.console_text()}
         if self.stick:
-            parts["stick afterwards"] = "".join(
-                f"{name} {'(folder)' if data is None else len(data)}\n" for name, data in self.stick.content().items())
+            parts["stick afterwards"] = self.stick.listing()
         path.write_text("".join(f"===== {title} =====\n{text}\n" for title, text in parts.items()),
                         errors="surrogateescape")
