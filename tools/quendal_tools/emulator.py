@@ -53,14 +53,16 @@ def check_available():
 class EmulatedBoard:
     """A board that has booted; semwatch, the display's stand-in, is expected beside the service's binary.
 
-    ini     keys of Quendal_L.ini to change, as {"lcdDataPort": 4000, "ethernet.interface": None}
-    files   more files by their path on the board: text or bytes
+    ini        keys of Quendal_L.ini to change, as {"lcdDataPort": 4000, "ethernet.interface": None}
+    files      more files by their path on the board: text or bytes
+    mebibytes  the board's memory, half of which its file system may take
     """
 
-    def __init__(self, binary, *, ini=None, files=None):
+    def __init__(self, binary, *, ini=None, files=None, mebibytes=512):
         check_available()
         self.directory = pathlib.Path(tempfile.mkdtemp(prefix="quendal-emulator-"))
         self.display = None
+        self._mebibytes = mebibytes
         self._qemu = self._qmp = self._commands = None
         started = time.monotonic()
         try:
@@ -177,7 +179,8 @@ class EmulatedBoard:
     def _qemu_command(self):
         at = self.directory
         return [
-            "qemu-system-x86_64", "-accel", "tcg", "-machine", "q35", "-m", "512", "-nodefaults", "-display", "none",
+            "qemu-system-x86_64", "-accel", "tcg", "-machine", "q35", "-m", str(self._mebibytes),
+            "-nodefaults", "-display", "none",
             "-action", "reboot=shutdown,shutdown=pause,panic=shutdown",
             "-kernel", guest_system.kernel(), "-initrd", at / "initramfs",
             "-append", _KERNEL_OPTIONS,
