@@ -13,11 +13,6 @@ from played_display import GROUP, answer_to
 TRANSMITTER = pathlib.Path(__file__).resolve().parents[2] / "tools/transmitter"
 
 
-def _heed_interrupts():
-    """Tests in the background of a script have SIGINT ignored, and their children inherit that."""
-    signal.signal(signal.SIGINT, signal.SIG_DFL)
-
-
 @pytest.fixture(name="start")
 def _start(port):
     started = []
@@ -26,7 +21,7 @@ def _start(port):
         words = [sys.executable, TRANSMITTER, "discover", "--interface", "lo", "--address", GROUP, "--port", str(port)]
         started.append(subprocess.Popen(
             [*words, *options], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
-            env={"COLUMNS": "120", "LC_ALL": "C.UTF-8"}, preexec_fn=_heed_interrupts))
+            env={"COLUMNS": "120", "LC_ALL": "C.UTF-8"}))
         return started[-1]
 
     yield start
