@@ -78,6 +78,7 @@ def test_address_left_over_without_carrier_is_flushed_from_the_second_cycle_on(m
 @pytest.mark.long(40)
 def test_loss_closes_the_port_and_return_opens_it_with_these_words_and_commands(rig):
     rig.board.write("/var/lib/dhcpcd/eth0.lease", "lease")
+    rig.service.wait_for(console.MULTICAST_OPEN)
     mark, known = rig.service.mark(), len(rig.board.commands())
 
     lose_link(rig)

@@ -17,6 +17,8 @@ COMPLAINT = "Error Network packet format detected"
 CUT = "the connection ends before the packet does"
 SHORT = "it ends before its elements do"
 
+_OWN_PORTS, _OTHER_PORTS = dissection.FREE_PORTS[:100], dissection.FREE_PORTS[100:]
+
 # What the display drops the connection for: bytes, what is said of them, and the display's code.
 REFUSED = {
     "signature": (raw_header(20, signature=packet.SIGNATURE + 1), "a wrong signature", 516),
@@ -100,10 +102,13 @@ def transfer(rig, ports):
 
 
 def send_refused(rig, ports, codes):
-    for name, (data, _, _) in REFUSED.items():
+    # A port that the kernel chose could be that of an earlier connection, which was reset.
+    for number, (name, (data, _, _)) in enumerate(REFUSED.items()):
+        dissection.use_ports(rig.board.pc, _OWN_PORTS[number:number + 1])
         mark = rig.service.mark()
         ports[name] = int(rig.send(data).rpartition(":")[2])
         codes[name] = int(re.search(r"Err RC:(\d+)", rig.text_since(mark))[1])
+    dissection.use_ports(rig.board.pc, _OTHER_PORTS)
     with rig.session() as connection:
         ports["behind"] = connection.getsockname()[1]
         connection.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
@@ -134,7 +139,7 @@ def send_datagrams(rig, transmitter):
 def run(rig, capture):
     """Captures a session of a display that is due to answer; returns what there is to know about it."""
     for place in (rig.board, rig.board.pc):
-        dissection.use_free_ports(place)
+        dissection.use_ports(place, _OTHER_PORTS)
     session = Session(capture, rig.board, {}, {})
     with dissection.capturing(rig.board.pc, capture), Transmitter(rig.board.pc) as transmitter:
         transmitter.ask(unit=3, group=1, words=(0x01020304, 0xA0B0C0D0))

@@ -13,7 +13,7 @@ from quendal_tools.namespace import wait_until
 
 DISSECTOR = pathlib.Path(__file__).resolve().parents[3] / "tools/lcdpacket.lua"
 # Ports to which no protocol of tshark's own lays claim, so that it never tries another one first.
-FREE_PORTS = "50300 50999"
+FREE_PORTS = range(50300, 51000)
 
 FIELDS = (
     "header.length", "mark", "element_count", "header.reserved", "word_a", "word_b", "signature", "header.rest",
@@ -24,9 +24,9 @@ _LAST_FRAME = b"the end of the capture"
 _ELSEWHERE = ("239.255.77.99", 9)
 
 
-def use_free_ports(place):
-    """From now on, sockets of that place get such ports as their own."""
-    place.run(["sh", "-c", f"echo {FREE_PORTS} >/proc/sys/net/ipv4/ip_local_port_range"], check=True)
+def use_ports(place, ports):
+    """From now on, sockets of that place get one of these ports, a range, as their own."""
+    place.run(["sh", "-c", f"echo {ports[0]} {ports[-1]} >/proc/sys/net/ipv4/ip_local_port_range"], check=True)
 
 
 @contextlib.contextmanager
