@@ -100,7 +100,7 @@ def make_rig(quendal):
 def rig(make_rig):
     """A service with its link up and its port open."""
     rig = make_rig()
-    rig.await_open()
+    rig.await_ready()
     return rig
 
 
@@ -109,7 +109,7 @@ def module_rig(quendal):
     """A service with its port open that serves one module's tests or fixtures."""
     with rigs(quendal) as make:
         rig = make()
-        rig.await_open()
+        rig.await_ready()
         yield rig
 
 

@@ -54,8 +54,7 @@ def test_the_service_does_what_was_foreseen(make_rig, parts):
     rig.display.wait_for("NETW_UP", timeout=SERVED_SECONDS)
 
     forecast = forecasts[0]
-    names = [name for name in rig.display.names() if not name.startswith("NETW")]
-    assert names == forecast.posted
+    stick.assert_woken(rig, *forecast.posted)
     marker = [STOP_MARKER] if "RXCOMPLETE" in forecast.posted else []
     assert stick.in_target(rig) == sorted([*forecast.copied, *marker])
     assert (stick.RESTART in stick.commands_of(rig)) == forecast.restarts

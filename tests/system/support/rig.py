@@ -39,6 +39,11 @@ class Rig:
         """Waits for the port to be open; returns the offset behind the line that says so."""
         return self.service.wait_for(console.OPEN, timeout=timeout, after=after)
 
+    def await_ready(self):
+        """Waits for the port to be open and for the display to have noticed that the link is up."""
+        self.await_open()
+        self.display.wait_for("NETW_UP")
+
     def settle(self):
         """Sees to it that the port is open with no connection left, also after a test that went wrong."""
         if not self.text_since(0).endswith(console.OPEN):

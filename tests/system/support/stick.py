@@ -5,8 +5,11 @@ So a stick is written into the board's own two lists of drives, and a mount of a
 the stick's folder instead; releasing it is the real thing.
 """
 
+import contextlib
+
 from quendal_tools.board_files import PARTITIONS_HEAD, TARGET
 from quendal_tools.board_root import BLOCK_DEVICES, PARTITIONS
+from quendal_tools.namespace import wait_until
 
 _PLACE = "/opt/board/stick"
 _MEMORY_CARD = ["mmcblk0", "mmcblk0p1"]
@@ -133,6 +136,17 @@ def commands_of(rig):
 
 def times_of(rig, command):
     return [moment for moment, text in rig.board.commands() if text == command]
+
+
+def assert_woken(rig, *names):
+    """The stick has woken the display by exactly these, and the link once.
+
+    The service looks at the link some milliseconds after the last of them, so a busy display may notice that first.
+    """
+    with contextlib.suppress(TimeoutError):
+        wait_until(lambda: len(rig.display.names()) > len(names), 10, "the last wake-up")
+    assert rig.display.names().count("NETW_UP") == 1
+    assert [name for name in rig.display.names() if name != "NETW_UP"] == list(names)
 
 
 def in_target(rig):
