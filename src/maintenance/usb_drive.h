@@ -4,6 +4,7 @@
 // commands.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -17,7 +18,7 @@ std::string chooseDrive(const std::vector<std::string>& blockNames);
 struct PartitionLine {
   int majorNo = 0;
   int minorNo = 0;
-  long blocks = 0;
+  std::int64_t blocks = 0;
   std::string name;
 
   bool operator==(const PartitionLine&) const = default;
