@@ -13,11 +13,6 @@ constexpr std::byte kFlag{1};
 constexpr std::uint16_t kHeartbeatKind = 2;
 constexpr std::uint16_t kAnswerKind = 1;
 
-constexpr std::size_t kElementKindOffset = 4;  // of a file element
-constexpr std::size_t kElementReservedOffset = 6;
-constexpr std::size_t kNameLengthOffset = 8;
-constexpr std::uint16_t kFileElementKind = 3;
-
 std::string_view fileNameOf(const LcdPacketRecord& reply) {
   return reply.fileNameBuffer.data();
 }
@@ -38,16 +33,6 @@ void toWireForm(LcdPacketRecord& reply) {
                 .sigWord = reply.sigWord},
                reply.rawHeader);
   writeU32(reply.rawCommandStatus, 0, reply.commandStatusLength);
-}
-
-void encodeFileElement(std::string_view name, std::span<const std::byte> data, std::span<std::byte> out) {
-  writeU32(out, 0, static_cast<std::uint32_t>(kFileElementOverhead + name.size() + data.size()));
-  writeU16(out, kElementKindOffset, kFileElementKind);
-  writeU16(out, kElementReservedOffset, 0);
-  writeU16(out, kNameLengthOffset, static_cast<std::uint16_t>(name.size()));
-  std::ranges::copy(std::as_bytes(std::span(name)), out.subspan(kFileElementHeadSize).begin());
-  writeU32(out, kFileElementHeadSize + name.size(), static_cast<std::uint32_t>(data.size()));
-  std::ranges::copy(data, out.subspan(kFileElementOverhead + name.size()).begin());
 }
 
 }  // namespace

@@ -2,6 +2,9 @@
 
 #include "transfer/byte_order.h"
 
+#include <algorithm>
+#include <limits>
+
 namespace quendal {
 namespace {
 
@@ -18,7 +21,10 @@ constexpr std::size_t kUnitNoOffset = 10;
 constexpr std::size_t kColumnNoOffset = 12;
 constexpr std::size_t kGroupNoOffset = 14;
 
+constexpr std::size_t kElementKindOffset = 4;  // of a file element
+constexpr std::size_t kElementReservedOffset = 6;
 constexpr std::size_t kNameLengthOffset = 8;
+constexpr std::uint16_t kFileElementKind = 3;
 
 }  // namespace
 
@@ -103,6 +109,22 @@ std::optional<std::uint16_t> decodeFileNameLength(std::span<const std::byte> byt
     return std::nullopt;
   }
   return readU16(bytes, kNameLengthOffset);
+}
+
+bool encodeFileElement(std::string_view name, std::span<const std::byte> data, std::span<std::byte> out) {
+  constexpr std::size_t kLongestName = std::numeric_limits<std::uint16_t>::max();
+  if (name.size() > kLongestName || out.size() < kFileElementOverhead + name.size() ||
+      out.size() - kFileElementOverhead - name.size() < data.size()) {
+    return false;
+  }
+  writeU32(out, 0, static_cast<std::uint32_t>(kFileElementOverhead + name.size() + data.size()));
+  writeU16(out, kElementKindOffset, kFileElementKind);
+  writeU16(out, kElementReservedOffset, 0);
+  writeU16(out, kNameLengthOffset, static_cast<std::uint16_t>(name.size()));
+  std::ranges::copy(std::as_bytes(std::span(name)), out.subspan(kFileElementHeadSize).begin());
+  writeU32(out, kFileElementHeadSize + name.size(), static_cast<std::uint32_t>(data.size()));
+  std::ranges::copy(data, out.subspan(kFileElementOverhead + name.size()).begin());
+  return true;
 }
 
 void takeHeaderFields(const LcdHeader& header, LcdPacketRecord& record) {

@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string_view>
 
 namespace quendal {
 
@@ -82,6 +83,10 @@ bool encodeDisplayAddress(const DisplayAddress& address, std::span<std::byte> co
 
 /// The length of the file name, from a file element's first 10 bytes.
 std::optional<std::uint16_t> decodeFileNameLength(std::span<const std::byte> bytes);
+
+/// Writes a whole file element, with its name's and its data's length, to the first 14 bytes and as many
+/// as name and data have of `out`; false when they do not fit. A name has 65535 bytes at most.
+bool encodeFileElement(std::string_view name, std::span<const std::byte> data, std::span<std::byte> out);
 
 /// Copies the fields of `header` into the record's own.
 void takeHeaderFields(const LcdHeader& header, LcdPacketRecord& record);

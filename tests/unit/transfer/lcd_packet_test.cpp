@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace quendal {
 namespace {
@@ -151,6 +152,29 @@ TEST(FileElement, NameLengthStandsAtOffsetEight) {
   for (std::size_t length = 0; length < head.size(); ++length) {
     EXPECT_FALSE(decodeFileNameLength(asBytes(head.substr(0, length))).has_value()) << length;
   }
+}
+
+TEST(FileElement, IsWrittenWholeAndReadBack) {
+  std::array<std::byte, 19> out{};
+  const std::string data = "hi";
+
+  ASSERT_TRUE(encodeFileElement("a.b", asBytes(data), out));
+
+  EXPECT_TRUE(std::ranges::equal(out, asBytes(fromHex("13000000 0300 0000 0300 612E62 02000000 6869"))));
+  EXPECT_EQ(decodeFileNameLength(out), 3);
+}
+
+TEST(FileElement, ThatDoesNotFitIsNotBegun) {
+  const std::string data = "hi";
+  std::array<std::byte, 19> out{};
+
+  for (std::size_t length = 0; length < out.size(); ++length) {
+    EXPECT_FALSE(encodeFileElement("a.b", asBytes(data), std::span(out).first(length))) << length;
+  }
+  std::vector<std::byte> roomy(70000);
+  EXPECT_FALSE(encodeFileElement(std::string(65536, 'n'), {}, roomy));
+  EXPECT_TRUE(encodeFileElement(std::string(65535, 'n'), {}, roomy));
+  EXPECT_EQ(out, (std::array<std::byte, 19>{}));
 }
 
 TEST(FileElement, PacketOfATransmitterIsTheDocumentedBytes) {
