@@ -95,6 +95,12 @@ class Rig:
             connection.sendall(b"".join(packets_to_send))
             return peer_of(connection)
 
+    def await_read(self, connection):
+        """Waits until the service has read all that was sent on a connection."""
+        await_acknowledged(connection)
+        command = ["ss", "-tnH", f"dport = :{connection.getsockname()[1]}"]
+        wait_until(lambda: self.board.run(command, check=True).stdout.split()[1] == "0", 10, "the service's reading")
+
     def assert_woken(self, *names):
         """The display has been woken by exactly these so far; the last of them may only just be on its way."""
         with contextlib.suppress(TimeoutError):
