@@ -144,7 +144,7 @@ def test_connection_reset_before_it_is_served_is_only_reported(shared_rig):
         # Keeps the service busy inside a packet, so that the next connection cannot be accepted yet.
         first.sendall(packets.HEADER[:6])
         shared_rig.await_read(first)
-        reset(shared_rig.board.pc.connect(PORT))
+        shared_rig.reset(shared_rig.board.pc.connect(PORT))
         first.sendall(packets.header(1)[6:])
         shared_rig.service.wait_for("A connection was lost before it was served: ", after=mark)
         name = peer_of(first)

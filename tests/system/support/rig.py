@@ -98,8 +98,18 @@ class Rig:
     def await_read(self, connection):
         """Waits until the service has read all that was sent on a connection."""
         await_acknowledged(connection)
-        command = ["ss", "-tnH", f"dport = :{connection.getsockname()[1]}"]
-        wait_until(lambda: self.board.run(command, check=True).stdout.split()[1] == "0", 10, "the service's reading")
+        port = port_of(connection)
+        wait_until(lambda: self._known(port).split()[1] == "0", 10, "the service's reading")
+
+    def reset(self, connection):
+        """Ends a connection with a reset, and waits until the service's system has it."""
+        port = port_of(connection)
+        reset(connection)
+        wait_until(lambda: not self._known(port), 10, "the reset's arrival")
+
+    def _known(self, port):
+        """What the service's system knows of the connection from a port: state, bytes that were not read, and more."""
+        return self.board.run(["ss", "-tnH", f"dport = :{port}"], check=True).stdout
 
     def assert_woken(self, *names):
         """The display has been woken by exactly these so far; the last of them may only just be on its way."""
@@ -146,6 +156,10 @@ def has_ended(connection):
         return bool(select.select([connection], [], [], 0)[0]) and connection.recv(1) == b""
     except ConnectionResetError:
         return True
+
+
+def port_of(connection):
+    return connection.getsockname()[1]
 
 
 def await_acknowledged(connection, timeout=10):
