@@ -1,6 +1,6 @@
 """System tests: the real service in a sandboxed board, seen from outside.
 
-    /usr/bin/python3 -m pytest -n 12 tests/system [--quendal build/asan/Quendal_L] [--no-skips]
+    /usr/bin/python3 -m pytest -n 24 tests/system [--quendal build/asan/Quendal_L] [--no-skips]
 
 Every test has a board of its own, or shares its module's. What it may look at is what anybody could: the
 error stream, files, sockets, the commands that were run, the semaphores and /proc.

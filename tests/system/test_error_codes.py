@@ -10,6 +10,8 @@ from quendal_tools.namespace import wait_until
 from support import console, packets
 from support.rig import PORT, REOPEN_SECONDS, has_ended, peer_of, reset
 
+pytestmark = pytest.mark.long(30)  # all together, on the board that they share
+
 ELEMENT = packets.file_head(b"code.bin", 100)
 NAMED = console.file_named("code.bin")
 RESET = "Connection reset by peer"

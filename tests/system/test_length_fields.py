@@ -5,6 +5,8 @@ import pytest
 from quendal_tools import packet
 from support import console, packets
 
+pytestmark = pytest.mark.long(30)  # all together, on the board that they share
+
 FOLLOWING = packet.file_packet("following.bin", b"f")
 HEADER_ERROR = "\nDataProcHeader:Error Network packet format detected,disconnecting..."
 STATUS_ERROR = "\nDataRxCmdStatus:Error Network packet format detected,disconnecting..."
