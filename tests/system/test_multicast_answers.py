@@ -46,7 +46,7 @@ def test_request_with_a_server_is_answered_there_by_one_packet_on_one_connection
     assert transmitter.take_answer() == (expected, display.board.address)
     assert not transmitter.has_connection(within=QUIET_SECONDS)
     assert multicast.text_since(display, mark) == ""
-    assert multicast.temporary_files(display.board) == []
+    multicast.assert_no_temporary_files(display.board)
 
 
 @pytest.mark.long(50)

@@ -49,7 +49,7 @@ def test_length_that_leaves_the_buffer_is_reported_and_the_datagram_goes_no_furt
         end = display.service.wait_for(multicast.FORMAT_ERROR, after=mark)
         assert display.service.stderr_text()[mark:end] == multicast.FORMAT_ERROR, value
     assert not transmitter.has_connection(within=1.5)
-    assert multicast.temporary_files(display.board) == []
+    multicast.assert_no_temporary_files(display.board)
     multicast.assert_answers(display, transmitter)
 
 
@@ -166,5 +166,5 @@ def test_after_100_000_mutated_datagrams_a_good_request_is_answered(display, tra
 
     multicast.assert_answers(display, transmitter)
 
-    assert multicast.temporary_files(display.board) == []
+    multicast.assert_no_temporary_files(display.board)
     assert display.service.fd_count() <= descriptors

@@ -181,6 +181,11 @@ def temporary_files(board):
     return sorted(path.name for path in board.path("/tmp").glob("tmp*"))
 
 
+def assert_no_temporary_files(board):
+    """None is left; one may be there for the moment in which a datagram is handled."""
+    wait_until(lambda: not temporary_files(board), 5, "the end of the temporary files")
+
+
 def assert_answers(rig, transmitter, timeout=PATIENCE):
     """A good request is answered; it is asked again, because an answer may have left a moment ago."""
     words = (time.monotonic_ns() & 0xFFFFFFFF, 77)
