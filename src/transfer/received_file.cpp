@@ -16,7 +16,7 @@
 namespace quendal {
 namespace {
 
-constexpr std::size_t kWriteBufferSize = 262144;
+constexpr std::size_t kWriteBufferSize = 65536;
 
 class DescriptorGuard {
  public:

@@ -16,7 +16,7 @@ def mount_small_disk(board):
     board.run(["mount", "-t", "tmpfs", "-o", "size=32k", "tmpfs", TARGET], check=True)
 
 
-@pytest.mark.parametrize("size", [SMALL_ENOUGH_FOR_ONE_BUFFER, 600_000, 5_000_000])
+@pytest.mark.parametrize("size", [SMALL_ENOUGH_FOR_ONE_BUFFER, 200_000, 5_000_000])
 def test_full_disk_reports_pos_3_releases_the_display_and_a_later_transfer_arrives(make_rig, size):
     rig = make_rig(before_start=mount_small_disk)
     rig.await_open()
