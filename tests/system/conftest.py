@@ -13,7 +13,7 @@ import pytest
 pytest.register_assert_rewrite("support")
 
 from quendal_tools.sandbox import Board, SandboxUnavailable  # noqa: E402
-from support import fence  # noqa: E402
+from support import fence, multicast  # noqa: E402
 from support.rig import Rig  # noqa: E402
 
 STOP_SECONDS = 30
@@ -102,6 +102,21 @@ def rig(make_rig):
     rig = make_rig()
     rig.await_ready()
     return rig
+
+
+@pytest.fixture
+def display(make_rig):
+    """A service that listens on the group, and has been running for longer than the rate limit."""
+    rig = make_rig()
+    multicast.await_resumed_and_due(rig)
+    return rig
+
+
+@pytest.fixture
+def transmitter(display):
+    """A transmitter's side of that display's network."""
+    with multicast.Transmitter(display.board.pc) as transmitter:
+        yield transmitter
 
 
 @pytest.fixture(scope="module")

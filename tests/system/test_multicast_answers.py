@@ -15,20 +15,6 @@ TOLERANCE = 0.1
 QUIET_SECONDS = 2.5  # by then the display has handled its last datagram once more
 
 
-@pytest.fixture
-def display(make_rig):
-    """A service that listens on the group, and has been running for longer than the rate limit."""
-    rig = make_rig()
-    multicast.await_resumed_and_due(rig)
-    return rig
-
-
-@pytest.fixture
-def transmitter(display):
-    with Transmitter(display.board.pc) as transmitter:
-        yield transmitter
-
-
 def written_for(display, datagram, transmitter, last):
     """What the service has written when it has come to the text that ends it."""
     mark = display.service.mark()

@@ -8,7 +8,6 @@ import pytest
 from quendal_tools import packet
 from quendal_tools.namespace import wait_until
 from support import multicast
-from support.multicast import Transmitter
 
 MUTATED_DATAGRAMS = 100_000
 # What a receive buffer of the usual size holds in any case, with as much again to spare.
@@ -17,15 +16,10 @@ BATCH = 64
 
 @pytest.fixture
 def display(make_rig):
+    """As elsewhere, with its temporary files in memory."""
     rig = make_rig(base_dir="/dev/shm")
     multicast.await_resumed_and_due(rig)
     return rig
-
-
-@pytest.fixture
-def transmitter(display):
-    with Transmitter(display.board.pc) as transmitter:
-        yield transmitter
 
 
 def with_u32(datagram, offset, value):

@@ -12,19 +12,6 @@ from support.multicast import Transmitter
 CONNECT_SECONDS = 5
 
 
-@pytest.fixture
-def display(make_rig):
-    rig = make_rig()
-    multicast.await_resumed_and_due(rig)
-    return rig
-
-
-@pytest.fixture
-def transmitter(display):
-    with Transmitter(display.board.pc) as transmitter:
-        yield transmitter
-
-
 def closed_port(pc):
     with pc.socket() as probe:
         probe.bind((pc.address, 0))
