@@ -131,7 +131,7 @@ void ReceivedFile::write(std::span<const std::byte> bytes) {
   if (bytes.empty()) {
     return;  // an empty span may have no address, which fwrite must not be given
   }
-  // The stream is this thread's alone: its lock would cost as much as the copy.
+  // The stream is this thread's alone and needs no lock.
   if (fwrite_unlocked(bytes.data(), 1, bytes.size(), file_.get()) != bytes.size()) {
     throw Poco::WriteFileException(withReason(path_, errno));
   }
