@@ -9,6 +9,13 @@ namespace quendal {
 /// The end on which the capture listens.
 inline constexpr const char* kWatchedInterface = "watch0";
 
+/// The stream's group, and one that is none of its business.
+inline constexpr const char* kGroup = "239.255.77.2";
+inline constexpr const char* kOtherGroup = "239.255.77.3";
+
+/// What the service says of a capture on such a cable that it has opened.
+inline constexpr const char* kOpened = "\npcap_open_live OK!\n\nhandle ether, DLT: 1";
+
 /// Runs "ip" with `arguments`; throws std::runtime_error when it fails. Only in a namespace: see
 /// capture_main.cpp.
 void runIp(const std::string& arguments);

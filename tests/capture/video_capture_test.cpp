@@ -19,10 +19,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr const char* kGroup = "239.255.77.2";
-constexpr const char* kOtherGroup = "239.255.77.3";
-constexpr const char* kOpened = "\npcap_open_live OK!\n\nhandle ether, DLT: 1";
-
 class VideoCaptureOnACable : public testing::Test {
  protected:
   void SetUp() override {

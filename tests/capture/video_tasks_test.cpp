@@ -17,9 +17,6 @@
 namespace quendal {
 namespace {
 
-constexpr const char* kGroup = "239.255.77.2";
-constexpr const char* kOtherGroup = "239.255.77.3";
-constexpr const char* kOpened = "\npcap_open_live OK!\n\nhandle ether, DLT: 1";
 constexpr const char* kStarting = "\nVideo Mc Watch Init Task starting up...";
 
 class VideoTasks : public testing::Test {
