@@ -110,6 +110,7 @@ def test_storm_of_resets_at_random_points_leaves_a_usable_service(rig):
 
 
 def test_descriptors_and_threads_are_given_back_after_errors(rig):
+    rig.service.wait_for(console.MULTICAST_OPEN)  # its socket counts, too
     rig.assert_good_transfer()
     descriptors, threads = rig.service.fd_count(), rig.service.thread_count()
 
