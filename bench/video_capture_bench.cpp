@@ -3,9 +3,10 @@
 // Runs the service's own task, with nothing of the service around it, and prints what it has counted
 // in a line of its own when SIGTERM comes. Usage: video_capture_bench INTERFACE GROUP
 
-#include "app/shared_state.h"
+#include "network/network_state.h"
 #include "video/video_mc_watch_init_task.h"
 #include "video/video_source.h"
+#include "video/video_state.h"
 
 #include <Poco/TaskManager.h>
 

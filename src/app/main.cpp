@@ -1,7 +1,7 @@
 // Process entry.
 
-#include "app/console.h"
 #include "app/quendal_app.h"
+#include "base/console.h"
 
 #include <Poco/Exception.h>
 

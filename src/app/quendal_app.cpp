@@ -1,12 +1,13 @@
 #include "app/quendal_app.h"
 
-#include "app/console.h"
-#include "app/error_stream_channel.h"
-#include "app/shared_state.h"
 #include "app/startup_config.h"
+#include "base/console.h"
+#include "base/error_stream_channel.h"
+#include "base/shared_state.h"
 #include "ipc/semaphore_table.h"
 #include "maintenance/main_task.h"
 #include "multicast/mc_task.h"
+#include "multicast/multicast_state.h"
 #include "transfer/data_task.h"
 #include "video/video_mc_watch_init_task.h"
 #include "video/video_mc_watch_task.h"
@@ -81,7 +82,7 @@ void QuendalApp::handleHelp(const std::string& /*name*/, const std::string& /*va
 
 void QuendalApp::handleVersion(const std::string& /*name*/, const std::string& /*value*/) {
   helpRequested = true;
-  console::line(std::string("Quendal_L version:") + kVersion + "\n");
+  console::line("Quendal_L version:" QUENDAL_VERSION "\n");
   stopOptionsProcessing();
 }
 
@@ -89,7 +90,7 @@ int QuendalApp::main(const ArgVec& /*arguments*/) {
   if (helpRequested) {
     exitIfFailed(kExitAfterInformation);
   }
-  console::line(std::string("Quendal for Linux: V_") + kVersion + "\n");
+  console::line("Quendal for Linux: V_" QUENDAL_VERSION "\n");
   createStartTimes();
   exitIfFailed(loadStartupConfig());
   loadSemaphoreIds();

@@ -9,8 +9,6 @@
 
 namespace quendal {
 
-inline constexpr const char* kVersion = "1.6.0";
-
 /// Ends the process after help or version output.
 inline constexpr int kExitAfterInformation = 23;
 

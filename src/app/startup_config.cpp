@@ -1,10 +1,14 @@
 #include "app/startup_config.h"
 
-#include "app/console.h"
-#include "app/platform.h"
-#include "app/shared_state.h"
 #include "app/startup_reports.h"
+#include "base/console.h"
+#include "base/platform.h"
+#include "base/shared_state.h"
+#include "maintenance/stick/stick_state.h"
+#include "multicast/multicast_state.h"
 #include "network/address_setup.h"
+#include "network/network_state.h"
+#include "transfer/transfer_state.h"
 #include "video/video_source.h"
 
 #include <Poco/AutoPtr.h>

@@ -1,6 +1,6 @@
 #include "ipc/semaphore_table.h"
 
-#include "app/console.h"
+#include "base/console.h"
 
 #include <sys/ipc.h>
 #include <sys/sem.h>

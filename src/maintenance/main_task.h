@@ -1,18 +1,14 @@
-// The maintenance task: the technician's stick and the link watchdog.
+// The maintenance task: the technician's stick and the link's watch.
 #pragma once
 
-#include "app/service_task.h"
-
-#include <Poco/File.h>
-#include <Poco/Net/NetworkInterface.h>
+#include "base/service_task.h"
+#include "maintenance/link_watch.h"
 
 #include <string>
 
 namespace quendal {
 
-/// The conductor of the service. Every three seconds it serves the stick, decides whether the link is
-/// up, and on a change pauses or resumes the network tasks and tells the display application.
-/// docs/handshakes.md shows the handshake.
+/// The conductor of the service. Every three seconds it serves the stick and then watches the link.
 ///
 /// A failure inside a cycle is reported and the next cycle runs; only `stopReq` or cancellation ends
 /// the task.
@@ -28,25 +24,10 @@ class MainTask : public ServiceTask {
   void runTask() override;
 
  private:
-  void prepare();
-  void runCycle();
-  void runUsbDuties();
+  void serveStick();
 
-  bool isLinkUp();
-  bool refreshLink();
-  bool hasCachedInterface() const;
-  void rememberLinkedAddress(const Poco::Net::NetworkInterface& interface);
-
-  void handleLinkUp();
-  void handleLinkDown();
-  void releaseNetworkTasks();
-  void pauseNetworkTasks();
-
-  bool mustStop() const;
-
-  std::string usbDriveName;  // empty while no drive is known
-  Poco::File carrierFile;
-  Poco::Net::NetworkInterface::List interfaces;
+  LinkWatch linkWatch_;
+  std::string usbDriveName_;  // empty while no drive is known
 };
 
 }  // namespace quendal

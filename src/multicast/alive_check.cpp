@@ -1,16 +1,17 @@
 #include "multicast/alive_check.h"
 
-#include "app/console.h"
-#include "app/platform.h"
-#include "app/shared_state.h"
+#include "base/console.h"
+#include "base/platform.h"
+#include "base/shared_state.h"
 #include "multicast/alive_descriptor.h"
-#include "multicast/alive_rules.h"
-#include "multicast/answer_connection.h"
+#include "multicast/mc_schedule.h"
+#include "multicast/multicast_state.h"
 #include "multicast/replies.h"
+#include "multicast/reply_connection.h"
 #include "multicast/reply_packet.h"
 #include "multicast/request_file.h"
 #include "multicast/temporary_data.h"
-#include "transfer/lcd_packet.h"
+#include "transfer/packet/lcd_packet.h"
 
 #include <Poco/Exception.h>
 #include <Poco/Net/StreamSocket.h>
@@ -49,36 +50,34 @@ void attachDescriptor(LcdPacketRecord& reply) {
   reply.fileNameBuffer.at(reply.fileName.size()) = '\0';
 }
 
-bool isRateLimitOver() {
-  *shared::startTimestamp = platform::now();
-  const Poco::Timestamp::TimeDiff sinceLast = *shared::startTimestamp - shared::startDateTime->timestamp();
-  return isAnswerDue(sinceLast / Poco::Timestamp::resolution());
+std::int64_t secondsSinceLastReply() {
+  return (*shared::startTimestamp - shared::startDateTime->timestamp()) / Poco::Timestamp::resolution();
 }
 
-void rememberAnswer() {
+void rememberReply() {
   *shared::startDateTime = *shared::startTimestamp;
 }
 
-// One connection for one answer. A server that cannot be reached gets no answer, no message and no
+// One connection for one reply. A server that cannot be reached gets no reply, no message and no
 // multicast instead; the next request tries it again at once.
-void answerByTcp(LcdPacketRecord& reply) {
+void replyByTcp(LcdPacketRecord& reply) {
   try {
     Poco::Net::StreamSocket socket =
-        connectForAnswer(shared::tcpServerIp, static_cast<std::uint16_t>(shared::dataPortValue),
-                         Poco::Timespan(kConnectionTimeoutSeconds, 0));
+        connectForReply(shared::tcpServerIp, static_cast<std::uint16_t>(shared::dataPortValue),
+                        Poco::Timespan(kConnectionTimeoutSeconds, 0));
     Send_mcLCDPacket_ByTCP(reply, socket);
     socket.close();
-    rememberAnswer();
+    rememberReply();
   } catch (const Poco::Exception&) {
     return;
   }
 }
 
-void answerByMulticast(LcdPacketRecord& reply) {
+void replyByMulticast(LcdPacketRecord& reply) {
   for (int repetition = 0; repetition < kMulticastRepetitions; ++repetition) {
     Send_mcLCDpacket(reply);
   }
-  rememberAnswer();
+  rememberReply();
 }
 
 }  // namespace
@@ -90,22 +89,23 @@ void handleMcPacket() {
   if (request.commandCode != kAliveRequest) {
     return;
   }
-  // What the configuration says about the way of the answer is overwritten here before it is ever used:
+  // What the configuration says about the way of the reply is overwritten here before it is ever used:
   // the request alone decides.
   shared::mcReplyByTcp = request.elementCount == kElementsWithFile && takeTransmitterServer(request.filePath);
-  const DisplayAddress asked = decodeDisplayAddress(request.rawCommandStatus).value();
-  if (!isAddressedTo(asked, ownAddress())) {
+  const DisplayIdentity asked = decodeDisplayIdentity(request.rawCommandStatus).value();
+  if (!isAddressedTo(asked, shared::ownIdentity())) {
     return;
   }
-  buildAliveAnswer(request, asked, reply);
+  buildAliveReply(request, asked, reply);
   attachDescriptor(reply);
-  if (!isRateLimitOver()) {
+  *shared::startTimestamp = platform::now();
+  if (!isReplyDue(secondsSinceLastReply())) {
     return;
   }
   if (shared::mcReplyByTcp) {
-    answerByTcp(reply);
+    replyByTcp(reply);
   } else {
-    answerByMulticast(reply);
+    replyByMulticast(reply);
   }
 }
 

@@ -1,8 +1,9 @@
 #include "multicast/alive_descriptor.h"
 
-#include "app/platform.h"
-#include "app/shared_state.h"
+#include "base/platform.h"
+#include "base/shared_state.h"
 #include "multicast/temporary_data.h"
+#include "network/network_state.h"
 
 #include <fstream>
 #include <iterator>
@@ -18,18 +19,15 @@ std::string readHardwareAddress(const std::string& interface) {
 
 }  // namespace
 
-DisplayAddress ownAddress() {
-  return {.unitNo = shared::displayNo, .columnNo = shared::columnNo, .groupNo = shared::groupNo};
-}
-
-std::string aliveDescriptorText(const DisplayAddress& own, const std::string& ipAddress,
+std::string aliveDescriptorText(const DisplayIdentity& own, const std::string& ipAddress,
                                 const std::string& hardwareAddress) {
   return "\n[Alive]\ngroupID=" + std::to_string(own.groupNo) + "\ncolumnID=" + std::to_string(own.columnNo) +
-         "\nunitID=" + std::to_string(own.unitNo) + "\nipv4Addr=" + ipAddress + "\nphyAddr=" + hardwareAddress + "\n";
+         "\nunitID=" + std::to_string(own.displayNo) + "\nipv4Addr=" + ipAddress + "\nphyAddr=" + hardwareAddress +
+         "\n";
 }
 
 void writeAliveDescriptor(const std::string& path) {
-  const std::string text = aliveDescriptorText(ownAddress(), shared::currentIpAddress.get().toString(),
+  const std::string text = aliveDescriptorText(shared::ownIdentity(), shared::currentIpAddress.get().toString(),
                                                readHardwareAddress(shared::netIfName));
   saveTemporaryData(path, std::as_bytes(std::span(text)));
 }

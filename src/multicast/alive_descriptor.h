@@ -1,7 +1,7 @@
 // The alive descriptor: the small text by which a display tells who and where it is.
 #pragma once
 
-#include "transfer/lcd_packet.h"
+#include "base/display_identity.h"
 
 #include <string>
 
@@ -10,16 +10,13 @@ namespace quendal {
 /// The name under which the descriptor travels.
 inline constexpr const char* kAliveDescriptorName = "KV_ALIVE_DESC.spt";
 
-/// This display's own unit, column and group number.
-DisplayAddress ownAddress();
-
 /// The descriptor's text. `hardwareAddress` is the content of the interface's address file as it stands,
 /// normally with a line break of its own; empty when there is none.
-std::string aliveDescriptorText(const DisplayAddress& own, const std::string& ipAddress,
+std::string aliveDescriptorText(const DisplayIdentity& own, const std::string& ipAddress,
                                 const std::string& hardwareAddress);
 
 /// Writes this display's descriptor to a new file at `path`. When that fails no file is left there, so
-/// that no answer carries half a descriptor. McTask's thread.
+/// that no reply carries half a descriptor. McTask's thread.
 void writeAliveDescriptor(const std::string& path);
 
 }  // namespace quendal

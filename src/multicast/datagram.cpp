@@ -1,7 +1,7 @@
 #include "multicast/datagram.h"
 
-#include "transfer/byte_order.h"
-#include "transfer/lcd_packet.h"
+#include "transfer/packet/byte_order.h"
+#include "transfer/packet/lcd_packet.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 // Unpacks one multicast datagram into a record. Pure: bytes in, fields and a verdict out.
 #pragma once
 
-#include "transfer/lcd_packet_record.h"
+#include "transfer/packet/lcd_packet_record.h"
 
 #include <cstddef>
 #include <cstdint>

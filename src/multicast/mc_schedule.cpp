@@ -4,11 +4,16 @@ namespace quendal {
 namespace {
 
 constexpr unsigned kTimeoutsPerHeartbeat = 10;
+constexpr std::uint64_t kReplyIntervalSeconds = 6;
 
 }  // namespace
 
 bool isHeartbeatDue(unsigned timeoutCount) {
   return timeoutCount % kTimeoutsPerHeartbeat == 0;
+}
+
+bool isReplyDue(std::int64_t secondsSinceLast) {
+  return static_cast<std::uint64_t>(secondsSinceLast) + 1 > kReplyIntervalSeconds;
 }
 
 bool isRelaunchDue(int hour, int lastHour, int factor) {

@@ -1,7 +1,8 @@
 #include "multicast/mc_socket.h"
 
-#include "app/console.h"
-#include "app/shared_state.h"
+#include "base/console.h"
+#include "multicast/multicast_state.h"
+#include "network/network_state.h"
 
 #include <Poco/Exception.h>
 #include <Poco/Timespan.h>

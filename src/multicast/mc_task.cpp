@@ -1,12 +1,13 @@
 #include "multicast/mc_task.h"
 
-#include "app/console.h"
-#include "app/platform.h"
-#include "app/shared_state.h"
+#include "base/console.h"
+#include "base/platform.h"
+#include "base/shared_state.h"
 #include "multicast/alive_check.h"
 #include "multicast/datagram.h"
 #include "multicast/mc_schedule.h"
 #include "multicast/mc_socket.h"
+#include "multicast/multicast_state.h"
 #include "multicast/replies.h"
 #include "multicast/reply_packet.h"
 #include "multicast/temporary_data.h"
@@ -23,32 +24,11 @@ namespace {
 
 constexpr long kPauseMs = 1000;
 
-// Takes the socket over from MainTask; false: it must stay closed. The request is looked at again
-// behind `mcPaused`: MainTask may have raised it in between and seen us still paused.
-bool takeSocketOver() {
-  if (shared::mcPauseReq) {
-    return false;
-  }
-  shared::mcPaused = false;
-  if (!shared::mcPauseReq) {
-    return true;
-  }
-  shared::mcPaused = true;
-  return false;
-}
-
 bool openSocket() {
   console::line("McTask: trigger has arrived, init/re-init mc socket...");
   const bool isOpen = openMulticastSocket();
   console::write("mc thread resume!\n");
   return isOpen;
-}
-
-void pause() {
-  console::line("McTask: triggered to pause, closing sock...");
-  closeMulticastSocket();
-  shared::mcPaused = true;
-  console::line("McTask paused");
 }
 
 void saveFileData(std::span<const std::byte> data) {
@@ -60,32 +40,31 @@ void saveFileData(std::span<const std::byte> data) {
   }
 }
 
-bool isRelaunchHour() {
+int readHour() {
   *shared::cycleTimestamp = platform::now();
   shared::cycleDateTime = *shared::cycleTimestamp;
-  const int hour = shared::cycleDateTime.hour();
-  if (!isRelaunchDue(hour, shared::lastRelaunchHour, shared::mcRstHrFactor)) {
-    return false;
-  }
+  return shared::cycleDateTime.hour();
+}
+
+void rememberRelaunch(int hour) {
   shared::lastRelaunchHour = hour;
   console::write("relauching mcast thread at hour:" + std::to_string(hour) + "...");
-  return true;
 }
 
 }  // namespace
 
-McTask::McTask() : ServiceTask("McTask") {}
+McTask::McTask() : PausableTask("McTask", shared::stopReq, shared::mcPauseFlags()) {}
 
 void McTask::runTask() {
   // Lives as long as the process: senders may read it until the end.
   shared::mcBindAddress = new Poco::Net::SocketAddress(shared::mcGroupAddress.toString(), shared::mcPort);
   while (!mustStop()) {
-    try {
-      if (waitForRelease()) {
+    const bool served = guard("McTask: Exception Met!", [this] {
+      if (awaitRelease()) {
         receiveUntilPause(openSocket());
       }
-    } catch (const std::exception& failure) {
-      console::failure("McTask: Exception Met!", failure);
+    });
+    if (!served) {
       sleepMs(kPauseMs);
     }
     pause();
@@ -93,14 +72,11 @@ void McTask::runTask() {
   console::line("McTask ceased to operate");
 }
 
-// Waits while the socket has to stay closed; false: the task has to end.
-bool McTask::waitForRelease() {
-  while (!takeSocketOver()) {
-    if (sleepMs(kPauseMs) || mustStop()) {
-      break;
-    }
-  }
-  return !mustStop();
+void McTask::pause() {
+  console::line("McTask: triggered to pause, closing sock...");
+  closeMulticastSocket();
+  reportPaused();
+  console::line("McTask paused");
 }
 
 // One open period of the socket, also of one that could not be opened.
@@ -112,14 +88,16 @@ void McTask::receiveUntilPause(bool isOpen) {
       sendHeartbeat();
     }
     // Asked of the last datagram and not of this reception: after a time-out or an error the one before
-    // is handled once more. This is required, and the alive check keeps the answers apart.
+    // is handled once more. This is required, and the alive check keeps the replies apart.
     if (lastLength_ > 0) {
       handleDatagram();
     }
     if (lastLength_ <= 0 || reception == Reception::kFailure) {
       sleepMs(kPauseMs);
     }
-    if (isRelaunchHour()) {
+    const int hour = readHour();
+    if (isRelaunchDue(hour, shared::lastRelaunchHour, shared::mcRstHrFactor)) {
+      rememberRelaunch(hour);
       return;
     }
   }
@@ -162,17 +140,9 @@ void McTask::handleDatagram() {
   try {
     handleMcPacket();
   } catch (const Poco::Exception&) {
-    // An answer that could not be prepared: the next datagram, or this one again, tries anew.
+    // A reply that could not be prepared: the next datagram, or this one again, tries anew.
     sleepMs(kPauseMs);
   }
-}
-
-bool McTask::mustPause() const {
-  return shared::mcPauseReq || mustStop();
-}
-
-bool McTask::mustStop() const {
-  return shared::stopReq || isCancelRequested();
 }
 
 }  // namespace quendal

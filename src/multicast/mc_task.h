@@ -1,7 +1,7 @@
-// The multicast task: receives the transmitter's datagrams, answers alive requests, sends heartbeats.
+// The multicast task: receives the transmitter's datagrams, replies to alive requests, sends heartbeats.
 #pragma once
 
-#include "app/service_task.h"
+#include "base/pause_handshake.h"
 
 namespace quendal {
 
@@ -11,7 +11,7 @@ namespace quendal {
 ///
 /// MainTask pauses it with `mcPauseReq` and waits for `mcPaused` (docs/handshakes.md); `stopReq` or
 /// cancellation ends it. No failure ends it otherwise.
-class McTask : public ServiceTask {
+class McTask : public PausableTask {
  public:
   McTask();
 
@@ -20,13 +20,11 @@ class McTask : public ServiceTask {
  private:
   enum class Reception { kDatagram, kTimeout, kFailure };
 
-  bool waitForRelease();
+  void pause();
   void receiveUntilPause(bool isOpen);
   Reception receiveDatagram(bool isOpen);
   void sendHeartbeat();
   void handleDatagram();
-  bool mustPause() const;
-  bool mustStop() const;
 
   int lastLength_ = 0;  // of the last datagram, which stays in `mcRxBuffer`; outlives a re-opening
 };

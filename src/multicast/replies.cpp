@@ -1,7 +1,7 @@
 #include "multicast/replies.h"
 
-#include "app/console.h"
-#include "app/shared_state.h"
+#include "base/console.h"
+#include "multicast/multicast_state.h"
 #include "multicast/reply_packet.h"
 
 #include <Poco/Exception.h>
@@ -63,7 +63,7 @@ void Send_mcLCDpacket(LcdPacketRecord& packet) {
     send(packet, 0, "Send_mcLCDpacket w/o file: Exception Met sending 2-elem mcast!",
          [](Bytes bytes) { sendTo(bytes, *shared::mcBindAddress); });
   } else if (packet.elementCount == kElementsWithFile) {
-    // To port 0 of no host, which the system always refuses: that an answer with a file never goes to
+    // To port 0 of no host, which the system always refuses: that a reply with a file never goes to
     // the group, and reaches the transmitter by TCP only, is required. It costs a message.
     send(packet, fileSizeOf(packet), "Send_mcLCDpacket w/o file: Exception Met sending 3-elem mcast!",
          [](Bytes bytes) { sendTo(bytes, Poco::Net::SocketAddress()); });

@@ -4,7 +4,7 @@
 // thread and assemble the packet in `mcSendBuffer`.
 #pragma once
 
-#include "transfer/lcd_packet_record.h"
+#include "transfer/packet/lcd_packet_record.h"
 
 #include <Poco/Net/StreamSocket.h>
 

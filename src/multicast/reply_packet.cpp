@@ -1,6 +1,6 @@
 #include "multicast/reply_packet.h"
 
-#include "transfer/byte_order.h"
+#include "transfer/packet/byte_order.h"
 
 #include <algorithm>
 #include <string_view>
@@ -11,7 +11,7 @@ namespace {
 constexpr std::size_t kFlagOffset = 8;  // of a command status
 constexpr std::byte kFlag{1};
 constexpr std::uint16_t kHeartbeatKind = 2;
-constexpr std::uint16_t kAnswerKind = 1;
+constexpr std::uint16_t kReplyKind = 1;
 
 std::string_view fileNameOf(const LcdPacketRecord& reply) {
   return reply.fileNameBuffer.data();
@@ -46,15 +46,15 @@ void buildHeartbeat(LcdPacketRecord& reply) {
   setCommandStatus(reply, {.elementLength = kPlainStatusSize, .statusKind = kHeartbeatKind});
 }
 
-void buildAliveAnswer(const LcdPacketRecord& request, const DisplayAddress& asked, LcdPacketRecord& reply) {
+void buildAliveReply(const LcdPacketRecord& request, const DisplayIdentity& asked, LcdPacketRecord& reply) {
   reply.elementCount = kElementsWithFile;
   reply.headerLength = kHeaderSize;
   reply.requestWordA = request.requestWordA;
   reply.requestWordB = request.requestWordB;
   reply.sigWord = request.sigWord;
   setCommandStatus(reply,
-                   {.elementLength = kAddressedStatusSize, .statusKind = kAnswerKind, .commandCode = kAliveAnswer});
-  encodeDisplayAddress(asked, reply.rawCommandStatus);
+                   {.elementLength = kAddressedStatusSize, .statusKind = kReplyKind, .commandCode = kAliveReply});
+  encodeDisplayIdentity(asked, reply.rawCommandStatus);
 }
 
 std::uint64_t replySize(const LcdPacketRecord& reply, std::uint64_t fileSize) {

@@ -1,8 +1,8 @@
-// What the display sends by itself, as packets: the heartbeat and the alive answer. Pure functions.
+// What the display sends by itself, as packets: the heartbeat and the alive reply. Pure functions.
 #pragma once
 
-#include "transfer/lcd_packet.h"
-#include "transfer/lcd_packet_record.h"
+#include "transfer/packet/lcd_packet.h"
+#include "transfer/packet/lcd_packet_record.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -14,10 +14,10 @@ namespace quendal {
 /// Makes `reply` a heartbeat: a plain status that nobody asked for.
 void buildHeartbeat(LcdPacketRecord& reply);
 
-/// Makes `reply` the answer to the alive request in `request`: its request words, its signature (a
+/// Makes `reply` the reply to the alive request in `request`: its request words, its signature (a
 /// wrong one included) and the address `asked` that it was sent to, wildcards included. The caller adds
 /// the file.
-void buildAliveAnswer(const LcdPacketRecord& request, const DisplayAddress& asked, LcdPacketRecord& reply);
+void buildAliveReply(const LcdPacketRecord& request, const DisplayIdentity& asked, LcdPacketRecord& reply);
 
 /// The length on the wire of `reply`, an element count of 2, or of 3 with `fileSize` bytes of file data.
 std::uint64_t replySize(const LcdPacketRecord& reply, std::uint64_t fileSize);

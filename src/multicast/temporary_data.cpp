@@ -1,6 +1,6 @@
 #include "multicast/temporary_data.h"
 
-#include "transfer/received_file.h"
+#include "base/fenced_file.h"
 
 #include <Poco/Exception.h>
 #include <Poco/Path.h>
@@ -14,7 +14,7 @@ bool saveTemporaryData(const std::string& path, std::span<const std::byte> data)
   const TemporaryDataRemover remover(unfinished);
   try {
     const Poco::Path target(path);
-    ReceivedFile file(target.parent().toString(), target.getFileName());
+    FencedFile file(target.parent().toString(), target.getFileName());
     unfinished = path;
     file.write(data);
     file.close();

@@ -25,12 +25,14 @@ bool isUsableAddress(const Poco::Net::IPAddress& address) {
   return text != "0.0.0.0" && text != "127.0.0.1";
 }
 
-bool isIpv4Text(const std::string& text) {
-  // The library's parser takes short forms such as "10.1" as well; only the plain form comes back as
-  // it went in.
+// Only the plain form comes back as it went in.
+std::optional<Poco::Net::IPAddress> parseIpv4(const std::string& text) {
   Poco::Net::IPAddress address;
-  return Poco::Net::IPAddress::tryParse(text, address) && address.family() == Poco::Net::IPAddress::IPv4 &&
-         address.toString() == text;
+  if (!Poco::Net::IPAddress::tryParse(text, address) || address.family() != Poco::Net::IPAddress::IPv4 ||
+      address.toString() != text) {
+    return std::nullopt;
+  }
+  return address;
 }
 
 bool isInterfaceName(const std::string& text) {

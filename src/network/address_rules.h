@@ -4,6 +4,7 @@
 #include <Poco/Net/IPAddress.h>
 #include <Poco/Net/NetworkInterface.h>
 
+#include <optional>
 #include <string>
 
 namespace quendal {
@@ -11,8 +12,9 @@ namespace quendal {
 /// Can a transmitter reach the display at `address`? IPv4, not link-local, not 0.0.0.0, not 127.0.0.1.
 bool isUsableAddress(const Poco::Net::IPAddress& address);
 
-/// Is `text` an IPv4 address in dotted form and nothing else?
-bool isIpv4Text(const std::string& text);
+/// The IPv4 address that `text` is in its plain form: four decimal numbers without leading zeros and nothing
+/// else. The library's own parser also takes "10.1", "0x0A.0.0.1", octal numbers and text behind the address.
+std::optional<Poco::Net::IPAddress> parseIpv4(const std::string& text);
 
 /// Is `text` an interface name that is safe in a command: 1 to 15 of letters, digits, '.', '_', '-', ':'?
 bool isInterfaceName(const std::string& text);

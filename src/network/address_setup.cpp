@@ -1,10 +1,10 @@
 #include "network/address_setup.h"
 
-#include "app/console.h"
-#include "app/platform.h"
-#include "app/shared_state.h"
+#include "base/console.h"
+#include "base/platform.h"
 #include "network/carrier.h"
 #include "network/network_commands.h"
+#include "network/network_state.h"
 
 #include <algorithm>
 

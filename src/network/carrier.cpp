@@ -1,6 +1,6 @@
 #include "network/carrier.h"
 
-#include "app/platform.h"
+#include "base/platform.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,7 +1,7 @@
 #include "network/interface_discovery.h"
 
-#include "app/console.h"
-#include "app/shared_state.h"
+#include "base/console.h"
+#include "network/network_state.h"
 
 #include <Poco/Net/IPAddress.h>
 

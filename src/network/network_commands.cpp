@@ -16,17 +16,17 @@ NetworkCommand composeAddressCommand(const std::string& interface, const std::st
   if (!isInterfaceName(interface)) {
     return refuse("interface name", interface);
   }
-  if (!isIpv4Text(address)) {
+  if (!parseIpv4(address)) {
     return refuse("IP address", address);
   }
-  if (!isIpv4Text(mask)) {
+  if (!parseIpv4(mask)) {
     return refuse("network mask", mask);
   }
   return {.text = "sudo ifconfig " + interface + " " + address + " netmask " + mask + " up", .refusal = {}};
 }
 
 NetworkCommand composeGatewayCommand(const std::string& gateway) {
-  if (!isIpv4Text(gateway)) {
+  if (!parseIpv4(gateway)) {
     return refuse("default gateway", gateway);
   }
   return {.text = "sudo route add default gw " + gateway, .refusal = {}};

@@ -1,7 +1,7 @@
 #include "transfer/connection_acceptor.h"
 
-#include "app/console.h"
-#include "app/platform.h"
+#include "base/console.h"
+#include "base/platform.h"
 #include "transfer/data_service_handler.h"
 
 #include <Poco/Exception.h>
@@ -19,7 +19,7 @@ using AcceptObserver = Poco::NObserver<ConnectionAcceptor, ReadableNotification>
 namespace {
 
 // Descriptors kept free for the other tasks: carrier and configuration files, the file being
-// received, the multicast answer, the video capture.
+// received, the multicast reply, the video capture.
 constexpr int kReservedDescriptors = 24;
 constexpr long kFailedAcceptWaitMs = 100;
 

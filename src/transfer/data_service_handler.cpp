@@ -1,9 +1,11 @@
 #include "transfer/data_service_handler.h"
 
-#include "app/console.h"
-#include "app/shared_state.h"
-#include "transfer/byte_order.h"
-#include "transfer/lcd_packet.h"
+#include "base/console.h"
+#include "base/shared_state.h"
+#include "transfer/packet/byte_order.h"
+#include "transfer/packet/lcd_packet.h"
+#include "transfer/read_stages.h"
+#include "transfer/transfer_state.h"
 
 #include <Poco/Logger.h>
 #include <Poco/NObserver.h>
@@ -25,43 +27,43 @@ void logConnectionEvent(const std::string& text) {
 }  // namespace
 
 DataServiceHandler::DataServiceHandler(const Poco::Net::StreamSocket& accepted, DataReactor& dispatcher)
-    : socket(accepted),
-      reactor(dispatcher),
-      peer(socket.peerAddress().toString()),
-      reader(socket, shared::dataStopReq) {
-  logConnectionEvent("Connection from " + peer);
+    : socket_(accepted),
+      reactor_(dispatcher),
+      peer_(socket_.peerAddress().toString()),
+      reader_(socket_, shared::dataStopReq) {
+  logConnectionEvent("Connection from " + peer_);
   const ReadableObserver readable(*this, &DataServiceHandler::onReadable);
-  reactor.addEventHandler(socket, readable);
+  reactor_.addEventHandler(socket_, readable);
   try {
-    reactor.addEventHandler(socket, ShutdownObserver(*this, &DataServiceHandler::onShutdown));
+    reactor_.addEventHandler(socket_, ShutdownObserver(*this, &DataServiceHandler::onShutdown));
   } catch (...) {
-    reactor.removeEventHandler(socket, readable);
+    reactor_.removeEventHandler(socket_, readable);
     throw;
   }
 }
 
 DataServiceHandler::~DataServiceHandler() {
   try {
-    logConnectionEvent("Disconnecting " + peer);
-    reactor.removeEventHandler(socket, ReadableObserver(*this, &DataServiceHandler::onReadable));
-    reactor.removeEventHandler(socket, ShutdownObserver(*this, &DataServiceHandler::onShutdown));
+    logConnectionEvent("Disconnecting " + peer_);
+    reactor_.removeEventHandler(socket_, ReadableObserver(*this, &DataServiceHandler::onReadable));
+    reactor_.removeEventHandler(socket_, ShutdownObserver(*this, &DataServiceHandler::onShutdown));
   } catch (const std::exception& failure) {
     console::failure("DataServiceHandler: Exception Met!", failure);
   }
 }
 
 void DataServiceHandler::onReadable(const Poco::AutoPtr<ReadableNotification>& /*notification*/) {
-  if (reactor.isClosing()) {
+  if (reactor_.isClosing()) {
     return;
   }
   const unsigned code = readPacket();
   if (code == 0) {
     return;
   }
-  reactor.removeEventHandler(socket, ReadableObserver(*this, &DataServiceHandler::onReadable));
+  reactor_.removeEventHandler(socket_, ReadableObserver(*this, &DataServiceHandler::onReadable));
   console::line("Data TCP port read err, Err RC:" + std::to_string(code));
   shared::dataReinitReq = true;
-  reactor.awaitClose();
+  reactor_.awaitClose();
 }
 
 void DataServiceHandler::onShutdown(const Poco::AutoPtr<ShutdownNotification>& /*notification*/) {
@@ -81,7 +83,7 @@ unsigned DataServiceHandler::readPacket() {
   if (shared::dataRxRecord.elementCount != kElementsWithFile) {
     return 0;
   }
-  const unsigned result = DataRxFileElement();
+  const unsigned result = fileReception_.DataRxFileElement();
   return result == 0 ? 0 : kFileElementErrorBase + result;
 }
 
@@ -90,14 +92,14 @@ unsigned DataServiceHandler::DataProcHeader() {
   const std::span<std::byte> raw(record.rawHeader);
   const Deadline deadline(kElementTimeout);
 
-  if (const unsigned code = readStage(kHeaderLengthStage, raw.first(kLengthFieldSize), deadline); code != 0) {
+  if (const unsigned code = readStage(reader_, kHeaderLengthStage, raw.first(kLengthFieldSize), deadline); code != 0) {
     return code;
   }
   const std::uint32_t length = readU32(raw, 0);
   if (isHeaderLengthValid(length)) {
     record.headerLength = length;
     const auto rest = raw.subspan(kLengthFieldSize, length - kLengthFieldSize);
-    if (const unsigned code = readStage(kHeaderStage, rest, deadline); code != 0) {
+    if (const unsigned code = readStage(reader_, kHeaderStage, rest, deadline); code != 0) {
       return code;
     }
     takeHeaderFields(*decodeHeader(raw), record);
@@ -114,14 +116,15 @@ unsigned DataServiceHandler::DataRxCmdStatus() {
   const std::span<std::byte> raw(record.rawCommandStatus);
   const Deadline deadline(kElementTimeout);
 
-  if (const unsigned code = readStage(kCommandStatusLengthStage, raw.first(kLengthFieldSize), deadline); code != 0) {
+  if (const unsigned code = readStage(reader_, kCommandStatusLengthStage, raw.first(kLengthFieldSize), deadline);
+      code != 0) {
     return code;
   }
   const std::uint32_t length = readU32(raw, 0);
   if (isCommandStatusLengthValid(length)) {
     record.commandStatusLength = length;
     const auto rest = raw.subspan(kLengthFieldSize, length - kLengthFieldSize);
-    if (const unsigned code = readStage(kCommandStatusStage, rest, deadline); code != 0) {
+    if (const unsigned code = readStage(reader_, kCommandStatusStage, rest, deadline); code != 0) {
       return code;
     }
     const CommandStatus status = *decodeCommandStatus(raw);
@@ -132,22 +135,6 @@ unsigned DataServiceHandler::DataRxCmdStatus() {
   }
   console::line("DataRxCmdStatus:Error Network packet format detected,disconnecting...");
   return kCommandStatusFormatError;
-}
-
-unsigned DataServiceHandler::readStage(const ReadStage& stage, std::span<std::byte> bytes, const Deadline& deadline) {
-  try {
-    if (reader.readExactly(bytes, deadline) == ReadResult::kComplete) {
-      return 0;
-    }
-    console::line(stage.closedMessage);
-    return stage.closedCode;
-  } catch (const Poco::Exception& failure) {
-    console::failure(stage.exceptionHeading, failure);
-    if (stage.closedMessageAfterException) {
-      console::line(stage.closedMessage);
-    }
-    return stage.exceptionCode;
-  }
 }
 
 }  // namespace quendal

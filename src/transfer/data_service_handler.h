@@ -2,17 +2,13 @@
 #pragma once
 
 #include "transfer/data_reactor.h"
+#include "transfer/file_reception.h"
 #include "transfer/packet_reader.h"
-#include "transfer/read_stages.h"
 
 #include <Poco/AutoPtr.h>
 #include <Poco/Net/SocketNotification.h>
 #include <Poco/Net/StreamSocket.h>
 
-#include <array>
-#include <cstddef>
-#include <cstdint>
-#include <span>
 #include <string>
 
 namespace quendal {
@@ -50,23 +46,11 @@ class DataServiceHandler {
   unsigned DataProcHeader();
   unsigned DataRxCmdStatus();
 
-  // Reads a file element, stores the file and does what its name asks for. Returns 0 when the file is
-  // stored (or was cut short by the peer), else 1, 3, 257, 259 or 769, without the base.
-  unsigned DataRxFileElement();
-
-  unsigned readFileName(Deadline& deadline);
-  void applyControlEffects(Deadline& deadline);
-  bool storeFileData(const std::string& directory, std::uint32_t dataLength);
-  void rebootIfAsked();
-
-  // One read with its messages: 0, or the stage's code.
-  unsigned readStage(const ReadStage& stage, std::span<std::byte> bytes, const Deadline& deadline);
-
-  std::array<char, 1024> nameScratch{};  // the received name in lower case
-  Poco::Net::StreamSocket socket;
-  DataReactor& reactor;
-  std::string peer;  // kept: a socket that was reset can no longer be asked
-  PacketReader reader;
+  Poco::Net::StreamSocket socket_;
+  DataReactor& reactor_;
+  std::string peer_;  // kept: a socket that was reset can no longer be asked
+  PacketReader reader_;
+  FileReception fileReception_{reader_};
 };
 
 }  // namespace quendal

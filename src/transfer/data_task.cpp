@@ -1,9 +1,10 @@
 #include "transfer/data_task.h"
 
-#include "app/console.h"
-#include "app/shared_state.h"
+#include "base/console.h"
+#include "base/shared_state.h"
 #include "transfer/connection_acceptor.h"
 #include "transfer/data_reactor.h"
+#include "transfer/transfer_state.h"
 
 #include <Poco/Net/ServerSocket.h>
 #include <Poco/Net/SocketAddress.h>
@@ -15,7 +16,6 @@ namespace {
 
 constexpr int kBacklog = 64;
 constexpr long kReceiveTimeoutSeconds = 30;
-constexpr long kReleasePollMs = 1000;
 constexpr long kFlagPollMs = 500;
 constexpr long kRetryMs = 10000;
 
@@ -31,37 +31,21 @@ Poco::Net::ServerSocket openServerSocket() {
 
 }  // namespace
 
-DataTask::DataTask() : ServiceTask("DataTask") {}
+DataTask::DataTask() : PausableTask("DataTask", shared::dataStopReq, shared::dataPauseFlags()) {}
 
 void DataTask::runTask() {
   console::line("DataTask starting up");
   while (!mustStop()) {
     console::line("DataTask waiting for trigger to open sock...");
-    if (waitForRelease()) {
-      try {
-        serve();
-      } catch (const std::exception& failure) {
-        console::failure("DataTask: Exception Met!", failure);
-        sleepMs(kRetryMs);
-      }
+    if (awaitRelease() && !guard("DataTask: Exception Met!", [this] { serve(); })) {
+      sleepMs(kRetryMs);
     }
     pause();
   }
   console::line("DataTask ceased to operate");
 }
 
-// Waits while the service has to stay closed; false: the task has to end.
-bool DataTask::waitForRelease() {
-  while (shared::dataPauseReq) {
-    if (mustStop() || sleepMs(kReleasePollMs)) {
-      break;
-    }
-  }
-  return !mustStop();
-}
-
 void DataTask::serve() {
-  shared::dataPaused = false;
   console::line("DataTask: init data socket...");
   Poco::Net::ServerSocket server = openServerSocket();
   serveConnections(server);
@@ -76,7 +60,7 @@ void DataTask::serveConnections(const Poco::Net::ServerSocket& server) {
   Poco::Thread reactorThread;
   reactorThread.start(reactor);
 
-  while (!shared::dataPauseReq && !shared::dataReinitReq && !mustStop()) {
+  while (!mustPause() && !shared::dataReinitReq) {
     sleepMs(kFlagPollMs);
   }
 
@@ -89,12 +73,8 @@ void DataTask::serveConnections(const Poco::Net::ServerSocket& server) {
 
 void DataTask::pause() {
   console::line("DataTask: triggered to pause, closing sock...");
-  shared::dataPaused = true;
+  reportPaused();
   console::line("DataTask paused");
-}
-
-bool DataTask::mustStop() const {
-  return shared::dataStopReq || isCancelRequested();
 }
 
 }  // namespace quendal

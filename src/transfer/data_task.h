@@ -1,7 +1,7 @@
 // The task that opens and closes the TCP data service.
 #pragma once
 
-#include "app/service_task.h"
+#include "base/pause_handshake.h"
 
 #include <Poco/Net/ServerSocket.h>
 
@@ -13,18 +13,16 @@ namespace quendal {
 /// waits for `dataPaused`), a failed connection has it re-opened with `dataReinitReq`, and
 /// `dataStopReq` or cancellation ends it. No failure ends it otherwise: a port that cannot be bound is
 /// tried again after ten seconds.
-class DataTask : public ServiceTask {
+class DataTask : public PausableTask {
  public:
   DataTask();
 
   void runTask() override;
 
  private:
-  bool waitForRelease();
   void serve();
   void serveConnections(const Poco::Net::ServerSocket& server);
   void pause();
-  bool mustStop() const;
 };
 
 }  // namespace quendal

@@ -1,21 +1,22 @@
-// The file element: DataServiceHandler's reception of a file and of what its name asks for.
+#include "transfer/file_reception.h"
 
-#include "app/console.h"
-#include "app/platform.h"
-#include "app/shared_state.h"
-#include "app/system_commands.h"
+#include "base/archive_log.h"
+#include "base/console.h"
+#include "base/fenced_file.h"
+#include "base/platform.h"
+#include "base/shared_state.h"
+#include "base/system_commands.h"
+#include "base/text.h"
 #include "ipc/semaphore_table.h"
-#include "transfer/byte_order.h"
-#include "transfer/control_files.h"
-#include "transfer/data_service_handler.h"
-#include "transfer/lcd_packet.h"
-#include "transfer/received_file.h"
+#include "transfer/packet/byte_order.h"
+#include "transfer/packet/control_files.h"
+#include "transfer/packet/lcd_packet.h"
+#include "transfer/read_stages.h"
+#include "transfer/transfer_state.h"
 
-#include <Poco/DateTime.h>
 #include <Poco/Exception.h>
 
 #include <algorithm>
-#include <fstream>
 
 namespace quendal {
 namespace {
@@ -25,69 +26,9 @@ constexpr std::chrono::milliseconds kTransferEndWait{5000};
 constexpr long kFailedTransferWaitMs = 5000;
 constexpr long kRebootWaitMs = 3000;
 
-// A log that cannot be opened or written costs its line and nothing else.
-void appendArchiveLog(const std::string& fileName) {
-  std::ofstream log(kArchiveLogPath, std::ios::binary | std::ios::app);
-  log << archiveLogLine(Poco::DateTime(platform::now()), fileName);
-}
-
-}  // namespace
-
-unsigned DataServiceHandler::DataRxFileElement() {
-  LcdPacketRecord& record = shared::dataRxRecord;
-  Deadline deadline(kElementTimeout);
-  if (const unsigned code = readFileName(deadline); code != 0) {
-    return code;
-  }
-  console::line("DataRxFileElement,fileAsciiName:" + record.fileName);
-  applyControlEffects(deadline);
-  const std::string& directory = shared::dontCareMode ? shared::tempDestDir : shared::targetRootDir;
-  record.filePath = directory + "/" + record.fileName;
-
-  std::array<std::byte, kLengthFieldSize> dataLength{};
-  if (const unsigned code = readStage(kDataLengthStage, dataLength, deadline); code != 0) {
-    return code;
-  }
-  try {
-    if (storeFileData(directory, readU32(dataLength, 0))) {
-      rebootIfAsked();
-    }
-  } catch (const std::exception& failure) {
-    console::failure("DataRxFileElement<pos:3>:: Exception Met!", failure);
-    platform::sleepMs(kFailedTransferWaitMs);
-    postIpcSemaphore(kRxComplete);  // the display must be released after a failed transfer, too
-    return kStoreError;
-  }
-  return 0;
-}
-
-// Reads the element's head and its name into the record.
-unsigned DataServiceHandler::readFileName(Deadline& deadline) {
-  std::array<std::byte, kFileElementHeadSize> head{};
-  if (const unsigned code = readStage(kFileHeadStage, head, deadline); code != 0) {
-    return code;
-  }
-  const std::size_t length = *decodeFileNameLength(head);
-  LcdPacketRecord& record = shared::dataRxRecord;
-  if (length > kMaxFileNameLength) {
-    console::failure(kFileNameStage.exceptionHeading,
-                     Poco::DataFormatException("a file name of " + std::to_string(length) + " bytes, at most " +
-                                               std::to_string(kMaxFileNameLength) + " fit"));
-    return kFileNameStage.exceptionCode;
-  }
-  const std::span<char> name = std::span(record.fileNameBuffer).first(length);
-  if (const unsigned code = readStage(kFileNameStage, std::as_writable_bytes(name), deadline); code != 0) {
-    return code;
-  }
-  record.fileNameBuffer.at(length) = '\0';
-  record.fileName.assign(name.begin(), name.end());
-  return 0;
-}
-
 // What the name asks for as soon as it is known, before any of the file's data has been read: the
 // wait at the end of a transfer holds this thread with the rest of the element still unread.
-void DataServiceHandler::applyControlEffects(Deadline& deadline) {
-  const std::string& name = shared::dataRxRecord.fileName;
+void applyControlEffects(const std::string& name, Deadline& deadline) {
   const ControlEffects effects = controlEffectsOf(name);
   if (effects.enterNormalMode) {
     shared::dontCareMode = false;
@@ -105,14 +46,67 @@ void DataServiceHandler::applyControlEffects(Deadline& deadline) {
     postIpcSemaphore(kRxComplete);
   }
   if (effects.logArchive) {
-    appendArchiveLog(name);
+    appendToArchiveLog(archiveReceivedText(name));
   }
+}
+
+}  // namespace
+
+unsigned FileReception::DataRxFileElement() {
+  LcdPacketRecord& record = shared::dataRxRecord;
+  Deadline deadline(kElementTimeout);
+  if (const unsigned code = readFileName(deadline); code != 0) {
+    return code;
+  }
+  console::line("DataRxFileElement,fileAsciiName:" + record.fileName);
+  applyControlEffects(record.fileName, deadline);
+  const std::string& directory = shared::dontCareMode ? shared::tempDestDir : shared::targetRootDir;
+  record.filePath = directory + "/" + record.fileName;
+
+  std::array<std::byte, kLengthFieldSize> dataLength{};
+  if (const unsigned code = readStage(reader_, kDataLengthStage, dataLength, deadline); code != 0) {
+    return code;
+  }
+  try {
+    if (storeFileData(directory, readU32(dataLength, 0))) {
+      rebootIfAsked();
+    }
+  } catch (const std::exception& failure) {
+    console::failure("DataRxFileElement<pos:3>:: Exception Met!", failure);
+    platform::sleepMs(kFailedTransferWaitMs);
+    postIpcSemaphore(kRxComplete);  // the display must be released after a failed transfer, too
+    return kStoreError;
+  }
+  return 0;
+}
+
+// Reads the element's head and its name into the record.
+unsigned FileReception::readFileName(Deadline& deadline) {
+  std::array<std::byte, kFileElementHeadSize> head{};
+  if (const unsigned code = readStage(reader_, kFileHeadStage, head, deadline); code != 0) {
+    return code;
+  }
+  const std::size_t length = *decodeFileNameLength(head);
+  LcdPacketRecord& record = shared::dataRxRecord;
+  if (length > kMaxFileNameLength) {
+    console::failure(kFileNameStage.exceptionHeading,
+                     Poco::DataFormatException("a file name of " + std::to_string(length) + " bytes, at most " +
+                                               std::to_string(kMaxFileNameLength) + " fit"));
+    return kFileNameStage.exceptionCode;
+  }
+  const std::span<char> name = std::span(record.fileNameBuffer).first(length);
+  if (const unsigned code = readStage(reader_, kFileNameStage, std::as_writable_bytes(name), deadline); code != 0) {
+    return code;
+  }
+  record.fileNameBuffer.at(length) = '\0';
+  record.fileName.assign(name.begin(), name.end());
+  return 0;
 }
 
 // Reads the data into the file; false when the peer closed the connection before the last byte (the
 // file stays as far as it came).
-bool DataServiceHandler::storeFileData(const std::string& directory, std::uint32_t dataLength) {
-  ReceivedFile file(directory, shared::dataRxRecord.fileName);
+bool FileReception::storeFileData(const std::string& directory, std::uint32_t dataLength) {
+  FencedFile file(directory, shared::dataRxRecord.fileName);
 
   // A big file may take as long as it needs, but each 1024 bytes of it must come within the element's
   // time: a peer that trickles single bytes does not hold the service.
@@ -121,7 +115,7 @@ bool DataServiceHandler::storeFileData(const std::string& directory, std::uint32
   std::size_t sinceDeadline = 0;
   std::uint32_t remaining = dataLength;
   while (remaining > 0) {
-    const std::size_t count = reader.readSome(buffer.first(std::min<std::size_t>(remaining, buffer.size())), deadline);
+    const std::size_t count = reader_.readSome(buffer.first(std::min<std::size_t>(remaining, buffer.size())), deadline);
     if (count == 0) {
       file.close();
       return false;
@@ -138,10 +132,10 @@ bool DataServiceHandler::storeFileData(const std::string& directory, std::uint32
   return true;
 }
 
-void DataServiceHandler::rebootIfAsked() {
+void FileReception::rebootIfAsked() {
   const std::string lower = asciiLowerCase(shared::dataRxRecord.fileName);
-  std::copy_n(lower.c_str(), lower.size() + 1, nameScratch.begin());
-  if (!isRebootRequest(nameScratch.data())) {
+  std::copy_n(lower.c_str(), lower.size() + 1, nameScratch_.begin());
+  if (!isRebootRequest(nameScratch_.data())) {
     return;
   }
   platform::runShell(kSyncCommand);

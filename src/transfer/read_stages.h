@@ -4,6 +4,11 @@
 // whoever reads these logs knows the numbers so, and they stay.
 #pragma once
 
+#include "transfer/packet_reader.h"
+
+#include <cstddef>
+#include <span>
+
 namespace quendal {
 
 /// One read of a packet: what is written, and which code results, when it fails.
@@ -15,10 +20,14 @@ struct ReadStage {
   bool closedMessageAfterException;  // the closed message follows the exception's as well
 };
 
+/// Fills `bytes` from the connection. Returns 0, or writes the stage's messages and returns its code when the
+/// peer has closed the connection or the read throws (see PacketReader::readExactly).
+unsigned readStage(PacketReader& reader, const ReadStage& stage, std::span<std::byte> bytes, const Deadline& deadline);
+
 inline constexpr unsigned kHeaderFormatError = 516;
 inline constexpr unsigned kCommandStatusFormatError = 1027;
 inline constexpr unsigned kFileElementErrorBase = 768;  // plus the file element's result
-inline constexpr unsigned kStoreError = 769;            // a file element's result: see DataRxFileElement
+inline constexpr unsigned kStoreError = 769;            // a file element's result: see file_reception.h
 
 inline constexpr ReadStage kHeaderLengthStage = {
     "DataProcHeader<pos:0>: Exception Met!",

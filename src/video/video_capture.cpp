@@ -1,7 +1,7 @@
 #include "video/video_capture.h"
 
-#include "app/console.h"
-#include "app/shared_state.h"
+#include "base/console.h"
+#include "video/video_state.h"
 
 #include <pcap/pcap.h>
 

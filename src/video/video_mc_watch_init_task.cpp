@@ -1,8 +1,10 @@
 #include "video/video_mc_watch_init_task.h"
 
-#include "app/console.h"
-#include "app/shared_state.h"
+#include "base/console.h"
+#include "base/shared_state.h"
+#include "network/network_state.h"
 #include "video/video_capture.h"
+#include "video/video_state.h"
 
 namespace quendal {
 namespace {
@@ -11,13 +13,13 @@ constexpr long kCycleMs = 100;
 
 }  // namespace
 
-VideoMcWatchInitTask::VideoMcWatchInitTask() : ServiceTask("VideoMcWatchInitTask") {}
+VideoMcWatchInitTask::VideoMcWatchInitTask() : ServiceTask("VideoMcWatchInitTask", shared::stopReq) {}
 
 void VideoMcWatchInitTask::runTask() {
   console::line("Video Mc Watch Init Task starting up...");
   while (!mustStop()) {
     if (shared::linkUp) {
-      serveCapture();
+      guard("VideoMcWatchInitTask: Exception Met!", [this] { serveCapture(); });
     }
     sleepMs(kCycleMs);
   }
@@ -40,10 +42,6 @@ void VideoMcWatchInitTask::serveCapture() {
 void VideoMcWatchInitTask::cancel() {
   ServiceTask::cancel();
   videoCapture.breakLoop();
-}
-
-bool VideoMcWatchInitTask::mustStop() const {
-  return shared::stopReq || isCancelRequested();
 }
 
 }  // namespace quendal

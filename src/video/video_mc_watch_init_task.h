@@ -1,7 +1,7 @@
 // The capture side of the video watch: opens the packet capture and counts the stream's packets.
 #pragma once
 
-#include "app/service_task.h"
+#include "base/service_task.h"
 
 namespace quendal {
 
@@ -23,7 +23,6 @@ class VideoMcWatchInitTask : public ServiceTask {
 
  private:
   void serveCapture();
-  bool mustStop() const;
 };
 
 }  // namespace quendal

@@ -1,9 +1,11 @@
 #include "video/video_mc_watch_task.h"
 
-#include "app/shared_state.h"
+#include "base/shared_state.h"
 #include "ipc/semaphore_table.h"
+#include "network/network_state.h"
 #include "video/silence_rule.h"
 #include "video/video_capture.h"
+#include "video/video_state.h"
 
 namespace quendal {
 namespace {
@@ -12,16 +14,20 @@ constexpr long kSampleMs = 1000;
 
 }  // namespace
 
-VideoMcWatchTask::VideoMcWatchTask() : ServiceTask("VideoMcWatchTask") {}
+VideoMcWatchTask::VideoMcWatchTask() : ServiceTask("VideoMcWatchTask", shared::stopReq) {}
 
 void VideoMcWatchTask::runTask() {
-  while (!shared::stopReq && !sleepMs(kSampleMs)) {
-    if (shared::linkUp && shared::videoWatchEnabled) {
-      watchOneSecond();
-    }
-    if (shared::videoCaptureReopenReq) {
-      videoCapture.breakLoop();
-    }
+  while (!mustStop() && !sleepMs(kSampleMs)) {
+    guard("VideoMcWatchTask: Exception Met!", [this] { watch(); });
+  }
+}
+
+void VideoMcWatchTask::watch() {
+  if (shared::linkUp && shared::videoWatchEnabled) {
+    watchOneSecond();
+  }
+  if (shared::videoCaptureReopenReq) {
+    videoCapture.breakLoop();
   }
 }
 

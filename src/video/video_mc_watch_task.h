@@ -1,7 +1,7 @@
 // The watch on the video stream: samples the packet count and tells the display of a silent stream.
 #pragma once
 
-#include "app/service_task.h"
+#include "base/service_task.h"
 
 #include <cstdint>
 
@@ -19,6 +19,7 @@ class VideoMcWatchTask : public ServiceTask {
   void runTask() override;
 
  private:
+  void watch();
   void watchOneSecond();
 
   std::uint32_t previousCount = 0;

@@ -1,18 +1,17 @@
 #include "video/video_source.h"
 
-#include "app/console.h"
-#include "app/shared_state.h"
+#include "base/console.h"
+#include "network/address_rules.h"
+#include "video/video_state.h"
 
-#include <Poco/Net/IPAddress.h>
+#include <optional>
 
 namespace quendal {
 
-// The library also takes "239.1", "0xEF.1.2.3", octal numbers and text behind the address. The capture
-// filter gets the text itself, so only the one form that means the same to everybody is good.
+// The capture filter gets the text itself, so only the one form that means the same to everybody is good.
 bool isMulticastGroup(const std::string& text) {
-  Poco::Net::IPAddress address;
-  return Poco::Net::IPAddress::tryParse(text, address) && address.family() == Poco::Net::IPAddress::IPv4 &&
-         address.isMulticast() && address.toString() == text;
+  const std::optional<Poco::Net::IPAddress> address = parseIpv4(text);
+  return address && address->isMulticast();
 }
 
 void watchVideoStream(const std::string& group) {

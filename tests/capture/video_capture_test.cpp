@@ -3,10 +3,10 @@
 
 #include "video/video_capture.h"
 
-#include "app/shared_state.h"
 #include "capture/capture_network.h"
 #include "support/error_stream_capture.h"
 #include "support/eventually.h"
+#include "video/video_state.h"
 
 #include <gtest/gtest.h>
 

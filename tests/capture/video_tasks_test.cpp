@@ -1,12 +1,13 @@
 // Both watch tasks together on real packets and in real time.
 
-#include "app/shared_state.h"
 #include "capture/capture_network.h"
+#include "network/network_state.h"
 #include "support/error_stream_capture.h"
 #include "support/eventually.h"
 #include "video/video_mc_watch_init_task.h"
 #include "video/video_mc_watch_task.h"
 #include "video/video_source.h"
+#include "video/video_state.h"
 
 #include <Poco/TaskManager.h>
 #include <gtest/gtest.h>

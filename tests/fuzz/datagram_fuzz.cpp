@@ -3,7 +3,7 @@
 #include "fuzz/require.h"
 #include "multicast/datagram.h"
 #include "multicast/request_file.h"
-#include "transfer/lcd_packet_record.h"
+#include "transfer/packet/lcd_packet_record.h"
 
 #include <Poco/Exception.h>
 

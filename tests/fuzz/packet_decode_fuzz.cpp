@@ -1,7 +1,7 @@
 // The packet codec over arbitrary bytes, element by element as a receiver walks them.
 
 #include "fuzz/require.h"
-#include "transfer/lcd_packet.h"
+#include "transfer/packet/lcd_packet.h"
 
 #include <algorithm>
 #include <array>
@@ -39,9 +39,9 @@ void checkCommandStatus(Bytes bytes) {
     require(std::equal(again.begin(), again.begin() + kCommandStatusMinSize, bytes.begin()),
             "a status survives the round trip");
   }
-  if (const auto address = decodeDisplayAddress(bytes)) {
+  if (const auto address = decodeDisplayIdentity(bytes)) {
     constexpr std::size_t kAddressOffset = 10;
-    require(encodeDisplayAddress(*address, again), "16 bytes hold an address");
+    require(encodeDisplayIdentity(*address, again), "16 bytes hold an address");
     require(std::equal(again.begin() + kAddressOffset, again.end(), bytes.begin() + kAddressOffset),
             "an address survives the round trip");
   }

@@ -1,11 +1,11 @@
 // What is read from a technician's stick and about it, over arbitrary texts: the list of files, the
 // folders' names, the block devices and the lines of the kernel's list of partitions.
 
+#include "base/text.h"
 #include "fuzz/require.h"
-#include "maintenance/file_list.h"
-#include "maintenance/folder_match.h"
-#include "maintenance/text_split.h"
-#include "maintenance/usb_drive.h"
+#include "maintenance/stick/drive.h"
+#include "maintenance/stick/file_list.h"
+#include "maintenance/stick/folder_match.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -20,7 +20,7 @@ namespace {
 
 using fuzz::require;
 
-const DisplayNumbers kOwn{.group = 1, .column = 2, .unit = 3};
+const DisplayIdentity kOwn{.groupNo = 1, .columnNo = 2, .displayNo = 3};
 
 std::string joined(const std::vector<std::string>& pieces, const std::string& separator) {
   std::string text = pieces.front();

@@ -1,7 +1,7 @@
 #include "support/fake_platform.h"
 
-#include "app/platform.h"
-#include "app/service_task.h"
+#include "base/platform.h"
+#include "base/service_task.h"
 
 #include <mutex>
 #include <optional>
@@ -117,7 +117,7 @@ std::string systemPath(const std::string& path) {
 
 bool ServiceTask::sleepMs(long milliseconds) {
   fake::record("wait " + std::to_string(milliseconds));
-  return isCancelRequested();
+  return mustStop();
 }
 
 }  // namespace quendal

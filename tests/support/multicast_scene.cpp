@@ -1,5 +1,8 @@
 #include "support/multicast_scene.h"
 
+#include "base/shared_state.h"
+#include "multicast/multicast_state.h"
+#include "network/network_state.h"
 #include "support/fake_platform.h"
 #include "support/packet_builder.h"
 
@@ -45,7 +48,7 @@ std::string aliveRequest(std::uint16_t unit, std::uint16_t column, std::uint16_t
   encodeHeader({.elementCount = 2, .requestWordA = 0x11223344, .requestWordB = 0x55667788}, bytes);
   encodeCommandStatus({.elementLength = kAddressedStatusSize, .statusKind = 1, .commandCode = kAliveRequest},
                       bytes.subspan(kHeaderSize));
-  encodeDisplayAddress({.unitNo = unit, .columnNo = column, .groupNo = group}, bytes.subspan(kHeaderSize));
+  encodeDisplayIdentity({.groupNo = group, .columnNo = column, .displayNo = unit}, bytes.subspan(kHeaderSize));
   return packet;
 }
 

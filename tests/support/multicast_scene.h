@@ -1,7 +1,6 @@
 // A display's multicast side on the loopback interface, with its files in a folder of the test's own.
 #pragma once
 
-#include "app/shared_state.h"
 #include "support/temporary_folder.h"
 
 #include <Poco/Net/MulticastSocket.h>

@@ -1,6 +1,6 @@
 #include "support/packet_builder.h"
 
-#include "transfer/byte_order.h"
+#include "transfer/packet/byte_order.h"
 
 #include <charconv>
 #include <stdexcept>

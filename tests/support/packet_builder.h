@@ -1,7 +1,7 @@
 // Transfer packets as a transmitter sends them, built with the service's own codec.
 #pragma once
 
-#include "transfer/lcd_packet.h"
+#include "transfer/packet/lcd_packet.h"
 
 #include <cstdint>
 #include <span>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "support/packet_builder.h"
-#include "transfer/byte_order.h"
+#include "transfer/packet/byte_order.h"
 
 #include <algorithm>
 #include <array>

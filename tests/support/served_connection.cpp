@@ -1,8 +1,8 @@
 #include "support/served_connection.h"
 
-#include "app/shared_state.h"
 #include "support/eventually.h"
 #include "transfer/data_service_handler.h"
+#include "transfer/transfer_state.h"
 
 #include <Poco/Timespan.h>
 #include <gtest/gtest.h>

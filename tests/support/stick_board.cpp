@@ -1,7 +1,7 @@
 #include "support/stick_board.h"
 
-#include "app/platform.h"
-#include "app/shared_state.h"
+#include "base/platform.h"
+#include "base/shared_state.h"
 #include "support/fake_platform.h"
 
 #include <filesystem>

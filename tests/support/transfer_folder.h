@@ -1,7 +1,7 @@
 // The directories that a transfer writes to, set in the shared state.
 #pragma once
 
-#include "app/shared_state.h"
+#include "base/shared_state.h"
 #include "support/temporary_folder.h"
 
 #include <filesystem>

@@ -1,6 +1,6 @@
 // Entry of every unit test program: an application object for the application logger, then the tests.
 
-#include "app/error_stream_channel.h"
+#include "base/error_stream_channel.h"
 
 #include <Poco/Util/Application.h>
 #include <gtest/gtest.h>

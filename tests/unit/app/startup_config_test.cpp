@@ -1,9 +1,14 @@
 #include "app/startup_config.h"
 
-#include "app/shared_state.h"
+#include "base/shared_state.h"
+#include "maintenance/stick/stick_state.h"
+#include "multicast/multicast_state.h"
+#include "network/network_state.h"
 #include "support/error_stream_capture.h"
 #include "support/fake_platform.h"
 #include "support/start_folder.h"
+#include "transfer/transfer_state.h"
+#include "video/video_state.h"
 
 #include <Poco/Exception.h>
 #include <gtest/gtest.h>

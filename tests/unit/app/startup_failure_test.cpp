@@ -1,6 +1,6 @@
 // What ends the start-up, and the static address that is applied on the way.
-#include "app/shared_state.h"
 #include "app/startup_config.h"
+#include "network/network_state.h"
 #include "support/error_stream_capture.h"
 #include "support/fake_platform.h"
 #include "support/start_folder.h"

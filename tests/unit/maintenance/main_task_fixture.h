@@ -6,9 +6,10 @@
 
 #include "maintenance/main_task.h"
 
-#include "app/shared_state.h"
+#include "base/shared_state.h"
 #include "network/address_rules.h"
 #include "network/interface_discovery.h"
+#include "network/network_state.h"
 #include "support/display_trace.h"
 #include "support/error_stream_capture.h"
 #include "support/fake_platform.h"

@@ -1,4 +1,8 @@
 // MainTask's start and end, its failures, and the handshake with the network tasks.
+#include "base/shared_state.h"
+#include "multicast/multicast_state.h"
+#include "network/network_state.h"
+#include "transfer/transfer_state.h"
 #include "unit/maintenance/main_task_fixture.h"
 
 #include <Poco/Exception.h>

@@ -1,13 +1,13 @@
 // The alive check on hand-made datagrams, with its answers caught.
 #pragma once
 
-#include "app/shared_state.h"
 #include "multicast/alive_check.h"
 #include "multicast/datagram.h"
-#include "support/answer_server.h"
+#include "multicast/multicast_state.h"
 #include "support/error_stream_capture.h"
 #include "support/multicast_scene.h"
 #include "support/packet_builder.h"
+#include "support/reply_server.h"
 
 #include <gtest/gtest.h>
 
@@ -51,7 +51,7 @@ class AliveCheck : public testing::Test {
   }
 
   MulticastScene scene;
-  AnswerServer server;
+  ReplyServer server;
   ErrorStreamCapture capture;
 };
 

@@ -1,4 +1,5 @@
 // The file of an alive request: where the answer goes, and what becomes of it there.
+#include "multicast/multicast_state.h"
 #include "support/loopback.h"
 #include "unit/multicast/alive_check_fixture.h"
 

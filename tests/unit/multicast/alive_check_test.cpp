@@ -1,4 +1,5 @@
 // Which alive requests are answered, how often, and with what.
+#include "multicast/multicast_state.h"
 #include "support/loopback.h"
 #include "unit/multicast/alive_check_fixture.h"
 

@@ -1,6 +1,6 @@
 #include "multicast/alive_descriptor.h"
 
-#include "app/shared_state.h"
+#include "network/network_state.h"
 #include "support/multicast_scene.h"
 
 #include <gtest/gtest.h>
@@ -10,14 +10,14 @@
 namespace quendal {
 namespace {
 
-constexpr DisplayAddress kOwn{.unitNo = 3, .columnNo = 2, .groupNo = 1};
+constexpr DisplayIdentity kOwn{.groupNo = 1, .columnNo = 2, .displayNo = 3};
 
 TEST(AliveDescriptorText, NamesGroupColumnUnitAndAddressesLineByLine) {
   EXPECT_EQ(aliveDescriptorText(kOwn, "192.168.0.20", "00:11:22:33:44:55\n"), MulticastScene::kDescriptor);
 }
 
 TEST(AliveDescriptorText, WithoutAHardwareAddressTheLastLineIsEmptyAndEndsOnce) {
-  EXPECT_EQ(aliveDescriptorText({.unitNo = 65535, .columnNo = 0, .groupNo = 10}, "0.0.0.0", ""),
+  EXPECT_EQ(aliveDescriptorText({.groupNo = 10, .columnNo = 0, .displayNo = 65535}, "0.0.0.0", ""),
             "\n[Alive]\ngroupID=10\ncolumnID=0\nunitID=65535\nipv4Addr=0.0.0.0\nphyAddr=\n");
 }
 

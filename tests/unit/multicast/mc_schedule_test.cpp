@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <limits>
 #include <vector>
 
 namespace quendal {
@@ -29,6 +30,26 @@ TEST(Heartbeat, IsDueAtEveryTenthTimeout) {
   for (unsigned count = 1; count <= 100; ++count) {
     EXPECT_EQ(isHeartbeatDue(count), count % 10 == 0) << count;
   }
+}
+
+TEST(ReplyRate, AtMostOneReplyInSixSeconds) {
+  for (const int seconds : {0, 1, 3, 5}) {
+    EXPECT_FALSE(isReplyDue(seconds)) << seconds;
+  }
+  EXPECT_TRUE(isReplyDue(6));
+  EXPECT_TRUE(isReplyDue(86400));
+}
+
+TEST(ReplyRate, ClockThatWentBackByOneSecondHoldsTheReplyAndByMoreDoesNot) {
+  EXPECT_FALSE(isReplyDue(-1));
+  EXPECT_TRUE(isReplyDue(-2));
+  EXPECT_TRUE(isReplyDue(-86400));
+}
+
+TEST(ReplyRate, ClockSetFromTheEpochToTodayLetsTheReplyOut) {
+  EXPECT_TRUE(isReplyDue(1'800'000'000));
+  EXPECT_TRUE(isReplyDue(4'294'967'295));
+  EXPECT_TRUE(isReplyDue(std::numeric_limits<std::int64_t>::max()));
 }
 
 TEST(Relaunch, WithFactorFourAndAStartAtThirteenTheFirstIsAtSixteen) {

@@ -1,6 +1,7 @@
 #include "multicast/mc_socket.h"
 
-#include "app/shared_state.h"
+#include "multicast/multicast_state.h"
+#include "network/network_state.h"
 #include "support/error_stream_capture.h"
 #include "support/multicast_scene.h"
 

@@ -1,6 +1,7 @@
 // What McTask does with the datagrams that come in.
-#include "app/shared_state.h"
+#include "base/shared_state.h"
 #include "multicast/mc_task.h"
+#include "multicast/multicast_state.h"
 #include "support/fake_platform.h"
 #include "support/packet_builder.h"
 #include "unit/multicast/mc_task_fixture.h"

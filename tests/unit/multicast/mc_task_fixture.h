@@ -1,12 +1,14 @@
 // McTask on the test's own thread: the script that changes the world runs inside the task's waits.
 #pragma once
 
-#include "app/shared_state.h"
+#include "base/shared_state.h"
 #include "multicast/mc_task.h"
-#include "support/answer_server.h"
+#include "multicast/multicast_state.h"
+#include "network/network_state.h"
 #include "support/error_stream_capture.h"
 #include "support/fake_platform.h"
 #include "support/multicast_scene.h"
+#include "support/reply_server.h"
 
 #include <Poco/DateTime.h>
 #include <gtest/gtest.h>
@@ -79,7 +81,7 @@ class McTaskTest : public testing::Test {
   }
 
   MulticastScene scene;
-  AnswerServer server;
+  ReplyServer server;
   ErrorStreamCapture capture;
   McTask task;
 };

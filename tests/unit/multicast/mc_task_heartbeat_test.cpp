@@ -1,6 +1,8 @@
 // When McTask sends a heartbeat. Its receive time-outs are cut to a millisecond here: they are counted.
-#include "app/shared_state.h"
+#include "base/shared_state.h"
 #include "multicast/mc_task.h"
+#include "multicast/multicast_state.h"
+#include "network/network_state.h"
 #include "support/fake_platform.h"
 #include "support/occurrences.h"
 #include "support/packet_builder.h"

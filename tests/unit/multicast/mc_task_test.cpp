@@ -1,6 +1,7 @@
 #include "multicast/mc_task.h"
 
-#include "app/shared_state.h"
+#include "base/shared_state.h"
+#include "multicast/multicast_state.h"
 #include "support/eventually.h"
 #include "support/fake_platform.h"
 #include "support/occurrences.h"

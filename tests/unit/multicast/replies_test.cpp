@@ -1,13 +1,14 @@
 #include "multicast/replies.h"
 
-#include "app/shared_state.h"
 #include "multicast/mc_socket.h"
+#include "multicast/multicast_state.h"
 #include "multicast/reply_packet.h"
-#include "support/answer_server.h"
+#include "network/network_state.h"
 #include "support/error_stream_capture.h"
 #include "support/loopback.h"
 #include "support/multicast_scene.h"
 #include "support/packet_builder.h"
+#include "support/reply_server.h"
 
 #include <Poco/Exception.h>
 #include <Poco/Net/MulticastSocket.h>
@@ -28,7 +29,7 @@ class Replies : public testing::Test {
  protected:
   // An answer with a file of `size` bytes.
   void buildAnswer(std::size_t size) {
-    buildAliveAnswer(LcdPacketRecord{}, {}, packet);
+    buildAliveReply(LcdPacketRecord{}, {}, packet);
     packet.fileNameBuffer = {'n', 'a', 'm', 'e', '\0'};
     packet.filePath = scene.folder().writeFile("tmp/file", std::string(size, 'x'));
   }
@@ -40,7 +41,7 @@ class Replies : public testing::Test {
   }
 
   MulticastScene scene;
-  AnswerServer server;
+  ReplyServer server;
   LcdPacketRecord packet;
   ErrorStreamCapture capture;
 };

@@ -45,7 +45,7 @@ TEST(Heartbeat, IsThese29Bytes) {
 
 TEST(Heartbeat, HasTheSameBytesAfterAnAnswer) {
   LcdPacketRecord reply;
-  buildAliveAnswer(requestWithWords(), {.unitNo = 3, .columnNo = 2, .groupNo = 1}, reply);
+  buildAliveReply(requestWithWords(), {.groupNo = 1, .columnNo = 2, .displayNo = 3}, reply);
   setFileName(reply, "name");
   encoded(reply, "data");
 
@@ -57,7 +57,7 @@ TEST(Heartbeat, HasTheSameBytesAfterAnAnswer) {
 TEST(AliveAnswer, IsEveryByteAsItShouldBe) {
   LcdPacketRecord reply;
 
-  buildAliveAnswer(requestWithWords(), {.unitNo = 3, .columnNo = 0, .groupNo = 0x0201}, reply);
+  buildAliveReply(requestWithWords(), {.groupNo = 0x0201, .columnNo = 0, .displayNo = 3}, reply);
   setFileName(reply, kAliveDescriptorName);
 
   EXPECT_EQ(encoded(reply, "ABC"), fromHex("14 00 00 00 5C C5 03 00 01 02 03 04 05 06 07 08 E8 8E A5 A5"
@@ -69,7 +69,7 @@ TEST(AliveAnswer, IsEveryByteAsItShouldBe) {
 TEST(AliveAnswer, IsAsLongAsItsElements) {
   for (const std::size_t dataLength : {0U, 1U, 100U, 2000U}) {
     LcdPacketRecord reply;
-    buildAliveAnswer(requestWithWords(), {}, reply);
+    buildAliveReply(requestWithWords(), {}, reply);
     setFileName(reply, kAliveDescriptorName);
 
     EXPECT_EQ(encoded(reply, std::string(dataLength, 'x')).size(), 20 + 16 + 31 + dataLength);
@@ -82,7 +82,7 @@ TEST(AliveAnswer, CarriesAWrongSignatureBack) {
   request.sigWord = 0x12345678;
   LcdPacketRecord reply;
 
-  buildAliveAnswer(request, {}, reply);
+  buildAliveReply(request, {}, reply);
 
   EXPECT_EQ(encoded(reply).substr(16, 4), fromHex("78 56 34 12"));
 }
@@ -99,7 +99,7 @@ TEST(ReplyEncoding, LeavesTheWireFormInTheRecord) {
 
 TEST(ReplyEncoding, FillsTheBufferToTheLastByteAndNoFurther) {
   LcdPacketRecord reply;
-  buildAliveAnswer(requestWithWords(), {}, reply);
+  buildAliveReply(requestWithWords(), {}, reply);
   setFileName(reply, kAliveDescriptorName);
   constexpr std::size_t kLongest = 4096 - 20 - 16 - 31;
 
@@ -124,18 +124,18 @@ TEST(ReplyEncoding, RefusesLengthsBeyondTheRecord) {
 
 TEST(ReplyEncoding, RoundTripsThroughTheDecoders) {
   LcdPacketRecord reply;
-  buildAliveAnswer(requestWithWords(), {.unitNo = 9, .columnNo = 8, .groupNo = 7}, reply);
+  buildAliveReply(requestWithWords(), {.groupNo = 7, .columnNo = 8, .displayNo = 9}, reply);
   const std::string bytes = encoded(reply);
 
   const LcdHeader header = decodeHeader(asBytes(bytes)).value();
   const CommandStatus status = decodeCommandStatus(asBytes(bytes).subspan(20)).value();
-  const DisplayAddress address = decodeDisplayAddress(asBytes(bytes).subspan(20)).value();
+  const DisplayIdentity address = decodeDisplayIdentity(asBytes(bytes).subspan(20)).value();
 
   EXPECT_EQ(header.elementCount, 3);
   EXPECT_EQ(header.requestWordB, 0x08070605U);
   EXPECT_EQ(status.statusKind, 1);
-  EXPECT_EQ(status.commandCode, kAliveAnswer);
-  EXPECT_EQ(address.unitNo, 9);
+  EXPECT_EQ(status.commandCode, kAliveReply);
+  EXPECT_EQ(address.displayNo, 9);
   EXPECT_EQ(address.groupNo, 7);
 }
 

@@ -1,6 +1,6 @@
 #include "network/address_setup.h"
 
-#include "app/shared_state.h"
+#include "network/network_state.h"
 #include "support/error_stream_capture.h"
 #include "support/fake_platform.h"
 #include "support/temporary_folder.h"

@@ -1,6 +1,6 @@
 #include "network/interface_discovery.h"
 
-#include "app/shared_state.h"
+#include "network/network_state.h"
 #include "support/error_stream_capture.h"
 #include "support/hand_made_interface.h"
 

@@ -1,6 +1,5 @@
 #include "transfer/connection_acceptor.h"
 
-#include "app/shared_state.h"
 #include "support/error_stream_capture.h"
 #include "support/fake_platform.h"
 #include "support/loopback.h"

@@ -1,9 +1,10 @@
 // The connection handler up to the command status; file elements are tested beside it.
 #include "transfer/data_service_handler.h"
 
-#include "app/shared_state.h"
+#include "base/shared_state.h"
 #include "support/packet_builder.h"
 #include "support/served_connection.h"
+#include "transfer/transfer_state.h"
 
 #include <Poco/Exception.h>
 #include <gtest/gtest.h>

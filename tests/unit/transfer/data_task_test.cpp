@@ -1,13 +1,14 @@
 // DataTask on the test's own thread: the script that changes the world runs inside the task's waits.
 #include "transfer/data_task.h"
 
-#include "app/shared_state.h"
+#include "base/shared_state.h"
 #include "support/error_stream_capture.h"
 #include "support/eventually.h"
 #include "support/fake_platform.h"
 #include "support/loopback.h"
 #include "support/packet_builder.h"
 #include "support/transfer_folder.h"
+#include "transfer/transfer_state.h"
 
 #include <Poco/Exception.h>
 #include <Poco/Net/ServerSocket.h>

@@ -1,10 +1,11 @@
 // File elements received by the connection handler: where they go and what is refused.
-#include "app/shared_state.h"
+#include "base/shared_state.h"
 #include "support/display_trace.h"
 #include "support/packet_builder.h"
 #include "support/served_connection.h"
 #include "support/temporary_folder.h"
 #include "support/transfer_folder.h"
+#include "transfer/transfer_state.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>

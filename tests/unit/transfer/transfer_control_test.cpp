@@ -1,11 +1,11 @@
 // The control files that frame a transfer: modes, wake-ups with their waits, archive log, reboot.
-#include "app/shared_state.h"
 #include "support/display_trace.h"
 #include "support/fake_platform.h"
 #include "support/packet_builder.h"
 #include "support/served_connection.h"
 #include "support/temporary_folder.h"
 #include "support/transfer_folder.h"
+#include "transfer/transfer_state.h"
 
 #include <Poco/DateTime.h>
 #include <gtest/gtest.h>

@@ -1,10 +1,12 @@
 #include "video/video_mc_watch_init_task.h"
 
-#include "app/shared_state.h"
+#include "base/shared_state.h"
+#include "network/network_state.h"
 #include "support/error_stream_capture.h"
 #include "support/fake_platform.h"
 #include "support/occurrences.h"
 #include "video/video_capture.h"
+#include "video/video_state.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,10 @@
 #include "video/video_mc_watch_task.h"
 
-#include "app/shared_state.h"
+#include "base/shared_state.h"
+#include "network/network_state.h"
 #include "support/fake_platform.h"
 #include "support/semaphore_set.h"
+#include "video/video_state.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "video/video_source.h"
 
-#include "app/shared_state.h"
 #include "support/error_stream_capture.h"
+#include "video/video_state.h"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,149 @@
+#include "base/fenced_file.h"
+
+#include <Poco/Error.h>
+#include <Poco/Exception.h>
+#include <Poco/StringTokenizer.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <utility>
+
+namespace quendal {
+namespace {
+
+constexpr std::size_t kWriteBufferSize = 65536;
+
+class DescriptorGuard {
+ public:
+  explicit DescriptorGuard(int descriptor) : descriptor_(descriptor) {}
+  ~DescriptorGuard() {
+    if (descriptor_ >= 0) {
+      ::close(descriptor_);
+    }
+  }
+  DescriptorGuard(const DescriptorGuard&) = delete;
+  DescriptorGuard& operator=(const DescriptorGuard&) = delete;
+  DescriptorGuard(DescriptorGuard&&) = delete;
+  DescriptorGuard& operator=(DescriptorGuard&&) = delete;
+
+  int get() const { return descriptor_; }
+  int release() { return std::exchange(descriptor_, -1); }
+
+ private:
+  int descriptor_;
+};
+
+std::string withReason(const std::string& path, int error) {
+  return path + ": " + Poco::Error::getMessage(error);
+}
+
+// The absolute path behind `path` with all symbolic links resolved.
+std::string resolveLinks(const std::string& path) {
+  const std::unique_ptr<char, decltype(&std::free)> resolved(::realpath(path.c_str(), nullptr), &std::free);
+  if (resolved == nullptr) {
+    throw Poco::FileNotFoundException(withReason(path, errno));
+  }
+  return resolved.get();
+}
+
+bool isDirectory(const std::string& path) {
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+bool isInside(const std::string& fence, const std::string& folder) {
+  return folder == fence || fence == "/" || folder.starts_with(fence + "/");
+}
+
+void refuseBadName(const std::string& name) {
+  if (name.empty()) {
+    throw Poco::InvalidAccessException("a file name must not be empty");
+  }
+  if (name.find('\0') != std::string::npos) {
+    throw Poco::InvalidAccessException("a file name must not hold a zero byte");
+  }
+  const Poco::StringTokenizer components(name, "/");
+  if (std::find(components.begin(), components.end(), "..") != components.end()) {
+    throw Poco::InvalidAccessException("a file name must not lead upwards", name);
+  }
+}
+
+[[noreturn]] void refuseDirectory(const std::string& name) {
+  throw Poco::InvalidAccessException("a file name must not stand for a directory", name);
+}
+
+}  // namespace
+
+FencedPath resolvePlaceInside(const std::string& directory, const std::string& name) {
+  refuseBadName(name);
+  const std::string path = directory + "/" + name;
+  const std::size_t lastSlash = path.rfind('/');
+  const std::string leaf = path.substr(lastSlash + 1);
+  if (leaf.empty() || leaf == ".") {
+    refuseDirectory(name);
+  }
+
+  const std::string fence = resolveLinks(directory);
+  const std::string folder = resolveLinks(path.substr(0, lastSlash + 1));
+  if (!isInside(fence, folder)) {
+    throw Poco::InvalidAccessException("a file name must not leave its directory", name);
+  }
+  return {.folder = folder, .leaf = leaf};
+}
+
+FencedPath resolveInside(const std::string& directory, const std::string& name) {
+  FencedPath place = resolvePlaceInside(directory, name);
+  if (isDirectory(place.folder + "/" + place.leaf)) {
+    refuseDirectory(name);
+  }
+  return place;
+}
+
+FencedFile::FencedFile(const std::string& directory, const std::string& name, mode_t permissions)
+    : path_(directory + "/" + name), buffer_(kWriteBufferSize) {
+  const FencedPath target = resolveInside(directory, name);
+  const DescriptorGuard folder(::open(target.folder.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+  if (folder.get() < 0) {
+    throw Poco::OpenFileException(withReason(target.folder, errno));
+  }
+  if (::unlinkat(folder.get(), target.leaf.c_str(), 0) != 0 && errno != ENOENT) {
+    throw Poco::FileException(withReason(path_, errno));
+  }
+  DescriptorGuard created(
+      ::openat(folder.get(), target.leaf.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, permissions));
+  if (created.get() < 0) {
+    throw Poco::CreateFileException(withReason(path_, errno));
+  }
+  file_.reset(::fdopen(created.get(), "wb"));
+  if (file_ == nullptr) {
+    throw Poco::OpenFileException(withReason(path_, errno));
+  }
+  created.release();
+  static_cast<void>(std::setvbuf(file_.get(), buffer_.data(), _IOFBF, buffer_.size()));
+}
+
+void FencedFile::write(std::span<const std::byte> bytes) {
+  if (bytes.empty()) {
+    return;  // an empty span may have no address, which fwrite must not be given
+  }
+  // The stream is this thread's alone and needs no lock.
+  if (fwrite_unlocked(bytes.data(), 1, bytes.size(), file_.get()) != bytes.size()) {
+    throw Poco::WriteFileException(withReason(path_, errno));
+  }
+}
+
+void FencedFile::close() {
+  const bool flushed = std::fflush(file_.get()) == 0;
+  const int flushError = errno;
+  const bool closed = std::fclose(file_.release()) == 0;
+  if (!flushed || !closed) {
+    throw Poco::WriteFileException(withReason(path_, flushed ? errno : flushError));
+  }
+}
+
+}  // namespace quendal

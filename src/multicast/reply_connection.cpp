@@ -1,0 +1,57 @@
+#include "multicast/reply_connection.h"
+
+#include <Poco/Clock.h>
+#include <Poco/Exception.h>
+#include <Poco/Net/IPAddress.h>
+#include <Poco/Net/SocketAddress.h>
+
+#include <chrono>
+#include <future>
+#include <memory>
+#include <thread>
+
+namespace quendal {
+
+using Poco::Net::SocketAddress;
+
+namespace {
+
+// The system's resolver has no time limit that a caller could set, and may take half a minute when the
+// name server is silent. So it works on a thread of its own, which is left to its fate when it is late.
+SocketAddress lookUp(const std::string& host, std::uint16_t port, const Poco::Timespan& timeout) {
+  const auto resolved = std::make_shared<std::promise<SocketAddress>>();
+  std::future<SocketAddress> address = resolved->get_future();
+  std::thread([resolved, host, port] {
+    try {
+      resolved->set_value(SocketAddress(host, port));
+    } catch (...) {
+      resolved->set_exception(std::current_exception());
+    }
+  }).detach();
+  if (address.wait_for(std::chrono::microseconds(timeout.totalMicroseconds())) != std::future_status::ready) {
+    throw Poco::TimeoutException(host);
+  }
+  return address.get();
+}
+
+SocketAddress addressOf(const std::string& host, std::uint16_t port, const Poco::Timespan& timeout) {
+  Poco::Net::IPAddress address;
+  return Poco::Net::IPAddress::tryParse(host, address) ? SocketAddress(address, port) : lookUp(host, port, timeout);
+}
+
+}  // namespace
+
+Poco::Net::StreamSocket connectForReply(const std::string& host, std::uint16_t port, const Poco::Timespan& timeout) {
+  const Poco::Clock start;
+  const SocketAddress address = addressOf(host, port, timeout);
+  const Poco::Timespan remaining = timeout - Poco::Timespan(start.elapsed());
+  if (remaining <= Poco::Timespan(0)) {
+    throw Poco::TimeoutException(host);
+  }
+  Poco::Net::StreamSocket socket;
+  socket.connect(address, remaining);
+  socket.setSendTimeout(timeout);
+  return socket;
+}
+
+}  // namespace quendal

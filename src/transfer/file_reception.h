@@ -1,0 +1,35 @@
+// Reception of a file element: the file is stored, and what its name asks for is done.
+#pragma once
+
+#include "transfer/packet_reader.h"
+
+#include <array>
+#include <cstdint>
+#include <string>
+
+namespace quendal {
+
+/// Reads file elements from one connection, whose header and command status have been read. Runs on the reactor
+/// thread; the reader must outlive it.
+class FileReception {
+ public:
+  explicit FileReception(PacketReader& reader) : reader_(reader) {}
+
+  /// Reads one file element into `dataRxRecord` and the file that it names, below the directory of the transfer
+  /// mode, and carries out what the name asks for: mode, events, archive log, reboot.
+  ///
+  /// Returns 0 when the file is stored (or was cut short by the peer), else 1, 3, 257, 259 or 769, without
+  /// kFileElementErrorBase; its messages have then been written. A stop marker waits for 5 s, and so does a
+  /// failed store.
+  unsigned DataRxFileElement();
+
+ private:
+  unsigned readFileName(Deadline& deadline);
+  bool storeFileData(const std::string& directory, std::uint32_t dataLength);
+  void rebootIfAsked();
+
+  PacketReader& reader_;
+  std::array<char, 1024> nameScratch_{};  // the received name in lower case
+};
+
+}  // namespace quendal

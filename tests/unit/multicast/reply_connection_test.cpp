@@ -1,0 +1,80 @@
+#include "multicast/reply_connection.h"
+
+#include "support/loopback.h"
+#include "support/reply_server.h"
+
+#include <Poco/Clock.h>
+#include <Poco/Exception.h>
+#include <Poco/Net/ServerSocket.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace quendal {
+namespace {
+
+using Poco::Timespan;
+using Poco::Net::SocketAddress;
+using Poco::Net::StreamSocket;
+
+const Timespan kPatience(5, 0);
+const Timespan kShort(0, 50000);
+
+TEST(AnswerConnection, ReachesAnAddressAndAName) {
+  for (const char* host : {"127.0.0.1", "localhost"}) {
+    ReplyServer server;
+
+    StreamSocket socket = connectForReply(host, server.port(), kPatience);
+    socket.sendBytes("hello", 5);
+    socket.close();
+
+    EXPECT_EQ(server.takeAnswer(), "hello") << host;
+  }
+}
+
+TEST(AnswerConnection, LimitsItsSendsAsWell) {
+  const ReplyServer server;
+
+  EXPECT_EQ(connectForReply("127.0.0.1", server.port(), kPatience).getSendTimeout(), kPatience);
+}
+
+TEST(AnswerConnection, PortWhereNobodyListensThrowsAtOnce) {
+  const ReservedPort port;
+
+  EXPECT_THROW(connectForReply("127.0.0.1", port.number(), kPatience), Poco::Exception);
+}
+
+TEST(AnswerConnection, WhatIsNoHostThrows) {
+  const std::string tooLongForAName(300, 'x');  // so that no name server is asked
+  for (const std::string& host : {std::string(), tooLongForAName}) {
+    EXPECT_THROW(connectForReply(host, 1, kPatience), Poco::Exception) << host;
+  }
+}
+
+// A listener whose backlog is full lets further connections hang, as a host that swallows packets does.
+TEST(AnswerConnection, ServerThatDoesNotAnswerIsGivenUpInTime) {
+  Poco::Net::ServerSocket server;
+  server.bind(SocketAddress("127.0.0.1", 0));
+  server.listen(0);
+  std::vector<StreamSocket> fillers(3);
+  for (StreamSocket& filler : fillers) {
+    filler.connectNB(server.address());
+  }
+  const Poco::Clock start;
+
+  EXPECT_THROW(connectForReply("127.0.0.1", server.address().port(), kShort), Poco::TimeoutException);
+
+  EXPECT_GE(start.elapsed(), kShort.totalMicroseconds() - 1000);  // the wait itself counts in milliseconds
+  EXPECT_LT(start.elapsed(), kPatience.totalMicroseconds());
+}
+
+TEST(AnswerConnection, NothingIsTriedWithoutTime) {
+  const ReplyServer server;
+
+  EXPECT_THROW(connectForReply("127.0.0.1", server.port(), Timespan(0)), Poco::TimeoutException);
+  EXPECT_THROW(connectForReply("localhost", server.port(), Timespan(0)), Poco::TimeoutException);
+}
+
+}  // namespace
+}  // namespace quendal
