@@ -33,13 +33,13 @@ void VideoMcWatchTask::watch() {
 
 void VideoMcWatchTask::watchOneSecond() {
   const std::uint32_t count = shared::videoPacketCount;
-  const StreamSample sample = sampleStream(previousCount, count, shared::videoIdleSeconds);
+  const StreamSample sample = sampleStream(previousCount_, count, shared::videoIdleSeconds);
   shared::videoPacketsPerSecond = sample.packetsPerSecond;
   shared::videoIdleSeconds = sample.idleSeconds;
   if (sample.silent) {
     postIpcSemaphore(kNetworkUtilityDown);
   }
-  previousCount = count;
+  previousCount_ = count;
 }
 
 }  // namespace quendal

@@ -22,7 +22,7 @@ class VideoMcWatchTask : public ServiceTask {
   void watch();
   void watchOneSecond();
 
-  std::uint32_t previousCount = 0;
+  std::uint32_t previousCount_ = 0;
 };
 
 }  // namespace quendal
