@@ -22,11 +22,11 @@ std::string aliveRequest(std::uint16_t unit = 0, std::uint16_t column = 0, std::
 /// The same with a file of `content`.
 std::string aliveRequestWithFile(const std::string& content, std::uint16_t unit = 0);
 
-/// The content of a request file that leads the answer to `port` of 127.0.0.1.
+/// The content of a request file that leads the reply to `port` of 127.0.0.1.
 std::string serverEntry(std::uint16_t port);
 
 /// Sets the shared state up: identity group 1, column 2, display 3, address 192.168.0.20, hardware
-/// address 00:11:22:33:44:55, a group of the test's own on the loopback interface, no answer sent for a
+/// address 00:11:22:33:44:55, a group of the test's own on the loopback interface, no reply sent for a
 /// minute, and a clock that stands.
 class MulticastScene {
  public:

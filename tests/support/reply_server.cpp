@@ -19,18 +19,18 @@ bool ReplyServer::hasConnection() const {
   return server_.poll(Poco::Timespan(0), Poco::Net::Socket::SELECT_READ);
 }
 
-std::string ReplyServer::takeAnswer() {
+std::string ReplyServer::takeReply() {
   server_.setReceiveTimeout(Poco::Timespan(kPatienceSeconds, 0));
   Poco::Net::StreamSocket connection = server_.acceptConnection();
   connection.setReceiveTimeout(Poco::Timespan(kPatienceSeconds, 0));
-  std::string answer;
+  std::string reply;
   std::array<char, 4096> chunk{};
   for (;;) {
     const int count = connection.receiveBytes(chunk.data(), static_cast<int>(chunk.size()));
     if (count <= 0) {
-      return answer;
+      return reply;
     }
-    answer.append(chunk.data(), static_cast<std::size_t>(count));
+    reply.append(chunk.data(), static_cast<std::size_t>(count));
   }
 }
 

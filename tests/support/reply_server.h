@@ -1,4 +1,4 @@
-// The transmitter's server: takes the answers that displays send over TCP.
+// The transmitter's server: takes the replies that displays send over TCP.
 #pragma once
 
 #include <Poco/Net/ServerSocket.h>
@@ -19,7 +19,7 @@ class ReplyServer {
   bool hasConnection() const;
 
   /// All that comes on the next connection until its end.
-  std::string takeAnswer();
+  std::string takeReply();
 
  private:
   Poco::Net::ServerSocket server_;

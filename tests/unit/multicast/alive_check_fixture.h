@@ -1,4 +1,4 @@
-// The alive check on hand-made datagrams, with its answers caught.
+// The alive check on hand-made datagrams, with its replies caught.
 #pragma once
 
 #include "multicast/alive_check.h"
@@ -20,8 +20,8 @@ namespace quendal {
 
 inline const std::string kMulticastFailure =
     "\nSend_mcLCDpacket w/o file: Exception Met sending 3-elem mcast!\nException Message:Invalid argument";
-// An answer by multicast never leaves: its three failures are what can be seen of it.
-inline const std::string kAnsweredByMulticast = kMulticastFailure + kMulticastFailure + kMulticastFailure;
+// A reply by multicast never leaves: its three failures are what can be seen of it.
+inline const std::string kRepliedToByMulticast = kMulticastFailure + kMulticastFailure + kMulticastFailure;
 
 class AliveCheck : public testing::Test {
  protected:
@@ -42,7 +42,7 @@ class AliveCheck : public testing::Test {
     return capture.text().substr(before);
   }
 
-  std::string expectedAnswer() const {
+  std::string expectedReply() const {
     const std::string descriptor = MulticastScene::kDescriptor;
     return fromHex(
                "14 00 00 00 5C C5 03 00 44 33 22 11 88 77 66 55 E8 8E A5 A5"

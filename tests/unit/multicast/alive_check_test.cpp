@@ -1,4 +1,4 @@
-// Which alive requests are answered, how often, and with what.
+// Which alive requests are replied to, how often, and with what.
 #include "multicast/multicast_state.h"
 #include "support/loopback.h"
 #include "unit/multicast/alive_check_fixture.h"
@@ -14,14 +14,14 @@
 namespace quendal {
 namespace {
 
-TEST_F(AliveCheck, RequestWithoutAFileIsAnsweredThreeTimesByMulticast) {
+TEST_F(AliveCheck, RequestWithoutAFileIsRepliedToThreeTimesByMulticast) {
   shared::mcReplyByTcp = true;  // as "McastReplyByTCP" may have it: the request decides
 
-  EXPECT_EQ(handle(aliveRequest()), kAnsweredByMulticast);
+  EXPECT_EQ(handle(aliveRequest()), kRepliedToByMulticast);
   EXPECT_FALSE(shared::mcReplyByTcp);
 }
 
-TEST_F(AliveCheck, AnswersOnlyWhatIsAddressedToThisDisplay) {
+TEST_F(AliveCheck, RepliesOnlyToWhatIsAddressedToThisDisplay) {
   struct Case {
     std::uint16_t unit, column, group;
     bool expected;
@@ -30,12 +30,12 @@ TEST_F(AliveCheck, AnswersOnlyWhatIsAddressedToThisDisplay) {
                               Case{3, 0, 2, false}, Case{1, 2, 3, false}}) {
     scene.passSeconds(60);
     EXPECT_EQ(handle(aliveRequest(example.unit, example.column, example.group)),
-              example.expected ? kAnsweredByMulticast : "")
+              example.expected ? kRepliedToByMulticast : "")
         << example.group << '/' << example.column << '/' << example.unit;
   }
 }
 
-TEST_F(AliveCheck, RequestForAnotherDisplayBuildsNoAnswer) {
+TEST_F(AliveCheck, RequestForAnotherDisplayBuildsNoReply) {
   handle(aliveRequestWithFile(serverEntry(server.port()), 4));
 
   EXPECT_FALSE(server.hasConnection());
@@ -58,32 +58,32 @@ TEST_F(AliveCheck, OnlyARequestForThisDisplayHasTheDescriptorWritten) {
 TEST_F(AliveCheck, AddressOfTheRequestComesBackWildcardsIncluded) {
   handle(aliveRequestWithFile(serverEntry(server.port()), 3));
 
-  EXPECT_EQ(server.takeAnswer().substr(30, 6), fromHex("03 00 00 00 00 00"));
+  EXPECT_EQ(server.takeReply().substr(30, 6), fromHex("03 00 00 00 00 00"));
 }
 
-TEST_F(AliveCheck, TwoRequestsThreeSecondsApartGiveOneAnswer) {
-  EXPECT_EQ(handle(aliveRequest()), kAnsweredByMulticast);
+TEST_F(AliveCheck, TwoRequestsThreeSecondsApartGiveOneReply) {
+  EXPECT_EQ(handle(aliveRequest()), kRepliedToByMulticast);
   scene.passSeconds(3);
   EXPECT_EQ(handle(aliveRequest()), "");
 }
 
-TEST_F(AliveCheck, TwoRequestsSixSecondsApartGiveTwoAnswers) {
-  EXPECT_EQ(handle(aliveRequest()), kAnsweredByMulticast);
+TEST_F(AliveCheck, TwoRequestsSixSecondsApartGiveTwoReplies) {
+  EXPECT_EQ(handle(aliveRequest()), kRepliedToByMulticast);
   scene.passSeconds(6);
-  EXPECT_EQ(handle(aliveRequest()), kAnsweredByMulticast);
+  EXPECT_EQ(handle(aliveRequest()), kRepliedToByMulticast);
 }
 
-TEST_F(AliveCheck, WithinSixSecondsOfTheStartThereIsNoAnswer) {
+TEST_F(AliveCheck, WithinSixSecondsOfTheStartThereIsNoReply) {
   *shared::startDateTime = *shared::startTimestamp + 60 * Poco::Timestamp::resolution();
 
   EXPECT_EQ(handle(aliveRequest()), "");
 }
 
-TEST_F(AliveCheck, HeaderAloneAfterARequestIsThatRequestAgainAnsweredByMulticast) {
+TEST_F(AliveCheck, HeaderAloneAfterARequestIsThatRequestAgainRepliedToByMulticast) {
   handle(aliveRequestWithFile(serverEntry(server.port())));
   scene.passSeconds(6);
 
-  EXPECT_EQ(handle(headerElement(1)), kAnsweredByMulticast);
+  EXPECT_EQ(handle(headerElement(1)), kRepliedToByMulticast);
 }
 
 TEST_F(AliveCheck, ShortCommandStatusIsAddressedByTheBytesOfALongerOneBefore) {
@@ -94,16 +94,16 @@ TEST_F(AliveCheck, ShortCommandStatusIsAddressedByTheBytesOfALongerOneBefore) {
   EXPECT_EQ(handle(shortRequest), "");
   handle(aliveRequest(3));
   scene.passSeconds(6);
-  EXPECT_EQ(handle(shortRequest), kAnsweredByMulticast);
+  EXPECT_EQ(handle(shortRequest), kRepliedToByMulticast);
 }
 
-TEST_F(AliveCheck, WrongSignatureIsAnsweredWithThatSameSignature) {
+TEST_F(AliveCheck, WrongSignatureIsRepliedToWithThatSameSignature) {
   std::string request = aliveRequestWithFile(serverEntry(server.port()));
   request.replace(16, 4, "SIGN");
 
   handle(request);
 
-  EXPECT_EQ(server.takeAnswer().substr(16, 4), "SIGN");
+  EXPECT_EQ(server.takeReply().substr(16, 4), "SIGN");
 }
 
 TEST_F(AliveCheck, OtherCommandsCauseNothing) {
@@ -136,14 +136,14 @@ TEST_F(AliveCheck, LeavesNoFileBehindWhicheverWayItEnds) {
   EXPECT_TRUE(scene.temporaryFiles().empty());
 }
 
-TEST_F(AliveCheck, DescriptorThatCannotBeWrittenSendsNothingAndDoesNotCountAsAnswer) {
+TEST_F(AliveCheck, DescriptorThatCannotBeWrittenSendsNothingAndDoesNotCountAsReply) {
   setenv("TMPDIR", "/nonexistent", 1);
   EXPECT_THROW(handle(aliveRequest()), Poco::FileException);
   EXPECT_EQ(handle(aliveRequestWithFile(serverEntry(server.port()))), "");
-  EXPECT_EQ(server.takeAnswer(), "");
+  EXPECT_EQ(server.takeReply(), "");
 
   setenv("TMPDIR", scene.temporaryPath("").c_str(), 1);
-  EXPECT_EQ(handle(aliveRequest()), kAnsweredByMulticast);
+  EXPECT_EQ(handle(aliveRequest()), kRepliedToByMulticast);
 }
 
 }  // namespace

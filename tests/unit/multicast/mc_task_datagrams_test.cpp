@@ -48,7 +48,7 @@ TEST_F(McTaskTest, LastDatagramIsHandledAgainAfterAFailedReceiveAndOnceASecond) 
   EXPECT_TRUE(text.ends_with(kPaused + kNotOpened + again + again + again + kPaused + kEnd)) << text;
 }
 
-TEST_F(McTaskTest, AliveRequestIsAnsweredOverTheNetworkAndLeavesNoFile) {
+TEST_F(McTaskTest, AliveRequestIsRepliedToOverTheNetworkAndLeavesNoFile) {
   run({[&] {
          scene.passSeconds(60);
          scene.sendToGroup(aliveRequestWithFile(serverEntry(server.port())));
@@ -56,7 +56,7 @@ TEST_F(McTaskTest, AliveRequestIsAnsweredOverTheNetworkAndLeavesNoFile) {
        },
        [&] { return server.hasConnection(); }, stop()});
 
-  EXPECT_TRUE(server.takeAnswer().ends_with(MulticastScene::kDescriptor));
+  EXPECT_TRUE(server.takeReply().ends_with(MulticastScene::kDescriptor));
   EXPECT_TRUE(scene.temporaryFiles().empty());
   EXPECT_EQ(capture.text(), kOpened + kPaused + kEnd);
 }

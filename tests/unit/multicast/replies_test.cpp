@@ -27,8 +27,8 @@ using Poco::Net::StreamSocket;
 
 class Replies : public testing::Test {
  protected:
-  // An answer with a file of `size` bytes.
-  void buildAnswer(std::size_t size) {
+  // A reply with a file of `size` bytes.
+  void buildReply(std::size_t size) {
     buildAliveReply(LcdPacketRecord{}, {}, packet);
     packet.fileNameBuffer = {'n', 'a', 'm', 'e', '\0'};
     packet.filePath = scene.folder().writeFile("tmp/file", std::string(size, 'x'));
@@ -71,9 +71,9 @@ TEST_F(Replies, HeartbeatThatCannotLeaveIsReported) {
             "\nSend_mcLCDpacket w/o file: Exception Met sending 2-elem mcast!\nException Message:Invalid argument");
 }
 
-TEST_F(Replies, AnswerByMulticastNeverLeavesAndSaysSo) {
+TEST_F(Replies, ReplyByMulticastNeverLeavesAndSaysSo) {
   openMulticastSocket();
-  buildAnswer(100);
+  buildReply(100);
   const std::string opened = capture.text();
 
   Send_mcLCDpacket(packet);
@@ -82,15 +82,15 @@ TEST_F(Replies, AnswerByMulticastNeverLeavesAndSaysSo) {
             "\nSend_mcLCDpacket w/o file: Exception Met sending 3-elem mcast!\nException Message:Invalid argument");
 }
 
-TEST_F(Replies, AnswerByTcpIsWrittenWhole) {
-  buildAnswer(2500);
+TEST_F(Replies, ReplyByTcpIsWrittenWhole) {
+  buildReply(2500);
 
   sendByTcp();
 
-  const std::string answer = server.takeAnswer();
-  EXPECT_EQ(answer.size(), 20 + 16 + 14 + 4 + 2500U);
-  EXPECT_TRUE(answer.starts_with(fromHex("14 00 00 00 5C C5 03 00")));
-  EXPECT_TRUE(answer.ends_with("name" + fromHex("C4 09 00 00") + std::string(2500, 'x')));
+  const std::string reply = server.takeReply();
+  EXPECT_EQ(reply.size(), 20 + 16 + 14 + 4 + 2500U);
+  EXPECT_TRUE(reply.starts_with(fromHex("14 00 00 00 5C C5 03 00")));
+  EXPECT_TRUE(reply.ends_with("name" + fromHex("C4 09 00 00") + std::string(2500, 'x')));
   EXPECT_EQ(capture.text(), "");
 }
 
@@ -99,7 +99,7 @@ TEST_F(Replies, HeartbeatByTcpHasTheSameBytes) {
 
   sendByTcp();
 
-  EXPECT_EQ(server.takeAnswer(), heartbeatPacket());
+  EXPECT_EQ(server.takeReply(), heartbeatPacket());
 }
 
 TEST_F(Replies, OtherElementCountsSendNothingAndReportNothing) {
@@ -110,13 +110,13 @@ TEST_F(Replies, OtherElementCountsSendNothingAndReportNothing) {
     Send_mcLCDpacket(packet);
     sendByTcp();
 
-    EXPECT_EQ(server.takeAnswer(), "") << count;
+    EXPECT_EQ(server.takeReply(), "") << count;
     EXPECT_EQ(capture.text(), "") << count;
   }
 }
 
 TEST_F(Replies, MissingFileIsTheCallersBusiness) {
-  buildAnswer(1);
+  buildReply(1);
   packet.filePath = scene.temporaryPath("missing");
 
   EXPECT_THROW(Send_mcLCDpacket(packet), Poco::FileException);
@@ -124,24 +124,24 @@ TEST_F(Replies, MissingFileIsTheCallersBusiness) {
   EXPECT_EQ(capture.text(), "");
 }
 
-TEST_F(Replies, AnswerThatFillsTheSendBufferIsSent) {
-  buildAnswer(4096 - 20 - 16 - 14 - 4);
+TEST_F(Replies, ReplyThatFillsTheSendBufferIsSent) {
+  buildReply(4096 - 20 - 16 - 14 - 4);
 
   sendByTcp();
 
-  EXPECT_EQ(server.takeAnswer().size(), 4096U);
+  EXPECT_EQ(server.takeReply().size(), 4096U);
 }
 
-TEST_F(Replies, AnswerBeyondTheSendBufferIsNotSentAndSaysWhy) {
+TEST_F(Replies, ReplyBeyondTheSendBufferIsNotSentAndSaysWhy) {
   const std::string reason = "\nException Message:Out of range: a reply of 4097 bytes, at most 4096 fit";
-  buildAnswer(4097 - 20 - 16 - 14 - 4);
+  buildReply(4097 - 20 - 16 - 14 - 4);
 
   Send_mcLCDpacket(packet);
   EXPECT_EQ(capture.text(), "\nSend_mcLCDpacket w/o file: Exception Met sending 3-elem mcast!" + reason);
 
   const std::string before = capture.text();
   sendByTcp();
-  EXPECT_EQ(server.takeAnswer(), "");
+  EXPECT_EQ(server.takeReply(), "");
   EXPECT_EQ(capture.text().substr(before.size()),
             "\nSend_mcLCDPacket_ByTCP w/o file: Exception Met when sending 3-elem TCP!" + reason);
 }
@@ -155,7 +155,7 @@ TEST_F(Replies, FailedSendByTcpIsReported) {
       "\nSend_mcLCDPacket_ByTCP w/o file: Exception Met when sending 2-elem TCP!\nException Message:"));
 
   const std::string before = capture.text();
-  buildAnswer(1);
+  buildReply(1);
   Send_mcLCDPacket_ByTCP(packet, socket);
   EXPECT_TRUE(capture.text()
                   .substr(before.size())

@@ -21,7 +21,7 @@ using Poco::Net::StreamSocket;
 const Timespan kPatience(5, 0);
 const Timespan kShort(0, 50000);
 
-TEST(AnswerConnection, ReachesAnAddressAndAName) {
+TEST(ReplyConnection, ReachesAnAddressAndAName) {
   for (const char* host : {"127.0.0.1", "localhost"}) {
     ReplyServer server;
 
@@ -29,23 +29,23 @@ TEST(AnswerConnection, ReachesAnAddressAndAName) {
     socket.sendBytes("hello", 5);
     socket.close();
 
-    EXPECT_EQ(server.takeAnswer(), "hello") << host;
+    EXPECT_EQ(server.takeReply(), "hello") << host;
   }
 }
 
-TEST(AnswerConnection, LimitsItsSendsAsWell) {
+TEST(ReplyConnection, LimitsItsSendsAsWell) {
   const ReplyServer server;
 
   EXPECT_EQ(connectForReply("127.0.0.1", server.port(), kPatience).getSendTimeout(), kPatience);
 }
 
-TEST(AnswerConnection, PortWhereNobodyListensThrowsAtOnce) {
+TEST(ReplyConnection, PortWhereNobodyListensThrowsAtOnce) {
   const ReservedPort port;
 
   EXPECT_THROW(connectForReply("127.0.0.1", port.number(), kPatience), Poco::Exception);
 }
 
-TEST(AnswerConnection, WhatIsNoHostThrows) {
+TEST(ReplyConnection, WhatIsNoHostThrows) {
   const std::string tooLongForAName(300, 'x');  // so that no name server is asked
   for (const std::string& host : {std::string(), tooLongForAName}) {
     EXPECT_THROW(connectForReply(host, 1, kPatience), Poco::Exception) << host;
@@ -53,7 +53,7 @@ TEST(AnswerConnection, WhatIsNoHostThrows) {
 }
 
 // A listener whose backlog is full lets further connections hang, as a host that swallows packets does.
-TEST(AnswerConnection, ServerThatDoesNotAnswerIsGivenUpInTime) {
+TEST(ReplyConnection, SilentServerIsGivenUpInTime) {
   Poco::Net::ServerSocket server;
   server.bind(SocketAddress("127.0.0.1", 0));
   server.listen(0);
@@ -69,7 +69,7 @@ TEST(AnswerConnection, ServerThatDoesNotAnswerIsGivenUpInTime) {
   EXPECT_LT(start.elapsed(), kPatience.totalMicroseconds());
 }
 
-TEST(AnswerConnection, NothingIsTriedWithoutTime) {
+TEST(ReplyConnection, NothingIsTriedWithoutTime) {
   const ReplyServer server;
 
   EXPECT_THROW(connectForReply("127.0.0.1", server.port(), Timespan(0)), Poco::TimeoutException);

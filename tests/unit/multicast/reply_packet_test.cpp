@@ -43,7 +43,7 @@ TEST(Heartbeat, IsThese29Bytes) {
   EXPECT_EQ(encoded(reply), heartbeatPacket());
 }
 
-TEST(Heartbeat, HasTheSameBytesAfterAnAnswer) {
+TEST(Heartbeat, HasTheSameBytesAfterAReply) {
   LcdPacketRecord reply;
   buildAliveReply(requestWithWords(), {.groupNo = 1, .columnNo = 2, .displayNo = 3}, reply);
   setFileName(reply, "name");
@@ -54,7 +54,7 @@ TEST(Heartbeat, HasTheSameBytesAfterAnAnswer) {
   EXPECT_EQ(encoded(reply), heartbeatPacket());
 }
 
-TEST(AliveAnswer, IsEveryByteAsItShouldBe) {
+TEST(AliveReply, IsEveryByteAsItShouldBe) {
   LcdPacketRecord reply;
 
   buildAliveReply(requestWithWords(), {.groupNo = 0x0201, .columnNo = 0, .displayNo = 3}, reply);
@@ -66,7 +66,7 @@ TEST(AliveAnswer, IsEveryByteAsItShouldBe) {
                                        "KV_ALIVE_DESC.spt" + fromHex("03 00 00 00") + "ABC");
 }
 
-TEST(AliveAnswer, IsAsLongAsItsElements) {
+TEST(AliveReply, IsAsLongAsItsElements) {
   for (const std::size_t dataLength : {0U, 1U, 100U, 2000U}) {
     LcdPacketRecord reply;
     buildAliveReply(requestWithWords(), {}, reply);
@@ -77,7 +77,7 @@ TEST(AliveAnswer, IsAsLongAsItsElements) {
   }
 }
 
-TEST(AliveAnswer, CarriesAWrongSignatureBack) {
+TEST(AliveReply, CarriesAWrongSignatureBack) {
   LcdPacketRecord request = requestWithWords();
   request.sigWord = 0x12345678;
   LcdPacketRecord reply;
