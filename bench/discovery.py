@@ -17,9 +17,9 @@ import time
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(ROOT / "tools"))
 
-from quendal_tools.discovery import Answered, Discovery  # noqa: E402
-from quendal_tools.fleet import Fleet  # noqa: E402
-from quendal_tools.sandbox import Board  # noqa: E402
+from quendal_tools.protocol.discovery import Answered, Discovery  # noqa: E402
+from quendal_tools.sandbox.board import Board  # noqa: E402
+from quendal_tools.sandbox.fleet import Fleet  # noqa: E402
 
 # A display answers once in 6 whole seconds, and the first time 6 seconds after its start.
 SECONDS_BETWEEN_ANSWERS = 6.1

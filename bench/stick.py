@@ -21,10 +21,10 @@ import tempfile
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(ROOT / "tools"))
 
-from quendal_tools import stick_media  # noqa: E402
-from quendal_tools.board_files import TARGET  # noqa: E402
-from quendal_tools.emulator import EmulatedBoard  # noqa: E402
-from quendal_tools.stick_image import StickImage  # noqa: E402
+from quendal_tools.board.layout import TARGET  # noqa: E402
+from quendal_tools.emulator.board import EmulatedBoard  # noqa: E402
+from quendal_tools.stick import media  # noqa: E402
+from quendal_tools.stick.image import StickImage  # noqa: E402
 
 FOLDER = "KVCFG/1.2.3"
 MOUNTED = f"/data/home/sda1/{FOLDER}"
@@ -45,7 +45,7 @@ def make_stick(directory, count, size):
     (directory / "KVFILE_XFER_INSTRU.spt").write_text(f"[new_local_dist_task]\nfileList = {file_list}\n")
     files = sorted(directory.iterdir())
     path = directory / "stick.img"
-    image = stick_media.new_image(path, count * size // (1 << 20) + 32)
+    image = media.new_image(path, count * size // (1 << 20) + 32)
     image.make_folder("KVCFG")
     image.make_folder(FOLDER)
     image.add(FOLDER, files)

@@ -20,9 +20,9 @@ import time
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(ROOT / "tools"))
 
-from quendal_tools import packet  # noqa: E402
-from quendal_tools.board_files import BIN, TARGET  # noqa: E402
-from quendal_tools.sandbox import Board  # noqa: E402
+from quendal_tools.board.layout import BIN, TARGET  # noqa: E402
+from quendal_tools.protocol import packet  # noqa: E402
+from quendal_tools.sandbox.board import Board  # noqa: E402
 
 DATA_PORT = 50200
 SINK_PORT = 50300

@@ -25,9 +25,9 @@ import time
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(ROOT / "tools"))
 
-from quendal_tools.board_files import BIN  # noqa: E402
-from quendal_tools.namespace import wait_until  # noqa: E402
-from quendal_tools.sandbox import Board  # noqa: E402
+from quendal_tools.board.layout import BIN  # noqa: E402
+from quendal_tools.board.waiting import wait_until  # noqa: E402
+from quendal_tools.sandbox.board import Board  # noqa: E402
 
 GROUP = "239.255.77.2"
 FILTER = f"(ip multicast) and (dst {GROUP})"

@@ -10,9 +10,9 @@ import contextlib
 
 import pytest
 
-from quendal_tools import guest_system
-from quendal_tools.emulator import EmulatedBoard, EmulatorUnavailable
-from quendal_tools.stick_image import StickImage
+from quendal_tools.emulator import guest_system
+from quendal_tools.emulator.board import EmulatedBoard, EmulatorUnavailable
+from quendal_tools.stick.image import StickImage
 from support.rig import Rig
 
 

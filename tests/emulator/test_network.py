@@ -3,7 +3,7 @@
 import hashlib
 import random
 
-from quendal_tools.board_files import TARGET
+from quendal_tools.board.layout import TARGET
 
 
 def content(size):

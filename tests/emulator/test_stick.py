@@ -4,7 +4,7 @@ import io
 import re
 import tarfile
 
-from quendal_tools.board_files import LOG, TARGET, WORK
+from quendal_tools.board.layout import LOG, TARGET, WORK
 
 LIST = "[new_local_dist_task]\nfileList = a#0#FileList.sys;b#0#layout.zip\n"
 MOUNTED = "/dev/sda1 /data/home/sda1\n"

@@ -12,7 +12,8 @@ import pytest
 
 pytest.register_assert_rewrite("support")
 
-from quendal_tools.sandbox import Board, SandboxUnavailable  # noqa: E402
+from quendal_tools.sandbox.board import Board  # noqa: E402
+from quendal_tools.sandbox.pc import SandboxUnavailable  # noqa: E402
 from support import fence, multicast  # noqa: E402
 from support.rig import Rig  # noqa: E402
 

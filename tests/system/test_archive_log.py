@@ -5,8 +5,8 @@ import re
 
 import pytest
 
-from quendal_tools import packet
-from quendal_tools.board_files import APPLICATION, TARGET
+from quendal_tools.board.layout import APPLICATION, TARGET
+from quendal_tools.protocol import packet
 
 LOG = APPLICATION + "/LogZipTmp.dat"
 LINE = re.compile(rb"(\d\d:\d\d:\d\d\t\d\d/\d\d/\d{4}) - ([^\r\n]*) Received thru LAN\.\)\r\n")

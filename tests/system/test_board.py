@@ -2,8 +2,8 @@
 
 import os
 
-from quendal_tools.board_files import PARTITIONS_HEAD
-from quendal_tools.board_root import BLOCK_DEVICES, PARTITIONS
+from quendal_tools.sandbox.board_files import PARTITIONS_HEAD
+from quendal_tools.sandbox.board_root import BLOCK_DEVICES, PARTITIONS
 
 LISTS = ["sh", "-c", "ls -A /sys/class/block; cat /proc/partitions"]
 

@@ -4,8 +4,8 @@ import signal
 
 import pytest
 
-from quendal_tools import packet
-from quendal_tools.namespace import wait_until
+from quendal_tools.board.waiting import wait_until
+from quendal_tools.protocol import packet
 from support import console
 
 # Writes down what a program that the service runs finds when it starts.

@@ -2,7 +2,7 @@
 
 import pytest
 
-from quendal_tools.board_files import APPLICATION
+from quendal_tools.board.layout import APPLICATION
 
 HELP = """\
 usage: Quendal_L OPTIONS

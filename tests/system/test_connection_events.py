@@ -4,8 +4,8 @@ import pathlib
 
 import pytest
 
-from quendal_tools.board_files import BIN
-from quendal_tools.namespace import wait_until
+from quendal_tools.board.layout import BIN
+from quendal_tools.board.waiting import wait_until
 from support import console, packets
 
 PROPERTIES = BIN + "/Quendal_L.properties"

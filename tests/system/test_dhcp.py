@@ -4,7 +4,7 @@ import re
 
 import pytest
 
-from quendal_tools.namespace import wait_until
+from quendal_tools.board.waiting import wait_until
 from support import console
 from support.rig import LINK_UP_SECONDS
 

@@ -6,7 +6,7 @@ import subprocess
 
 import pytest
 
-from quendal_tools import packet
+from quendal_tools.protocol import packet
 from support import dissected_session, dissection, multicast
 from support.dissected_session import CLIP, CLIP_PIECES, NOTICED_WORD, REFUSED, REPORTED, TAKEN
 from support.dissection import marks, packets, tshark

@@ -5,8 +5,8 @@ Each line of the table is a beginning of the stream that is cut off at one point
 
 import pytest
 
-from quendal_tools import packet
-from quendal_tools.namespace import wait_until
+from quendal_tools.board.waiting import wait_until
+from quendal_tools.protocol import packet
 from support import console, packets
 from support.rig import PORT, REOPEN_SECONDS, has_ended, peer_of, reset
 

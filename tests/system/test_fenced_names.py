@@ -2,8 +2,8 @@
 
 import pytest
 
-from quendal_tools import packet
-from quendal_tools.board_files import TARGET
+from quendal_tools.board.layout import TARGET
+from quendal_tools.protocol import packet
 from support.fence import OUTSIDE, assert_refused
 
 pytestmark = pytest.mark.long(50)  # all together, on the board that they share

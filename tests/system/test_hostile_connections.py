@@ -5,8 +5,8 @@ import time
 
 import pytest
 
-from quendal_tools import packet
-from quendal_tools.namespace import wait_until
+from quendal_tools.board.waiting import wait_until
+from quendal_tools.protocol import packet
 from support import console, packets
 from support.rig import IDLE_SHARE, PORT, has_ended, peer_of, reset
 

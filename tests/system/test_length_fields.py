@@ -2,7 +2,7 @@
 
 import pytest
 
-from quendal_tools import packet
+from quendal_tools.protocol import packet
 from support import console, packets
 
 pytestmark = pytest.mark.long(30)  # all together, on the board that they share

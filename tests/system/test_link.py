@@ -2,8 +2,8 @@
 
 import pytest
 
-from quendal_tools import packet
-from quendal_tools.namespace import wait_until
+from quendal_tools.board.waiting import wait_until
+from quendal_tools.protocol import packet
 from support import console
 from support.rig import NOTICED_LATE, PORT, peer_of
 

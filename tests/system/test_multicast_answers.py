@@ -4,10 +4,10 @@ import time
 
 import pytest
 
-from quendal_tools import packet
-from quendal_tools.fleet import Fleet, numbers_of
-from quendal_tools.namespace import wait_until
-from quendal_tools.sandbox import SandboxUnavailable
+from quendal_tools.board.waiting import wait_until
+from quendal_tools.protocol import packet
+from quendal_tools.sandbox.fleet import Fleet, numbers_of
+from quendal_tools.sandbox.pc import SandboxUnavailable
 from support import multicast
 from support.multicast import Transmitter
 

@@ -4,7 +4,7 @@ import time
 
 import pytest
 
-from quendal_tools import packet
+from quendal_tools.protocol import packet
 from support import multicast
 from support.multicast import Transmitter
 

@@ -5,8 +5,8 @@ import struct
 
 import pytest
 
-from quendal_tools import packet
-from quendal_tools.namespace import wait_until
+from quendal_tools.board.waiting import wait_until
+from quendal_tools.protocol import packet
 from support import multicast
 
 MUTATED_DATAGRAMS = 100_000

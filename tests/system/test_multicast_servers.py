@@ -4,8 +4,8 @@ import time
 
 import pytest
 
-from quendal_tools import packet
-from quendal_tools.namespace import wait_until
+from quendal_tools.board.waiting import wait_until
+from quendal_tools.protocol import packet
 from support import multicast
 from support.multicast import Transmitter
 

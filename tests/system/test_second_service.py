@@ -4,8 +4,8 @@ import time
 
 import pytest
 
-from quendal_tools import packet
-from quendal_tools.board_files import TARGET
+from quendal_tools.board.layout import TARGET
+from quendal_tools.protocol import packet
 from support import console
 from support.rig import LINK_UP_SECONDS, NOTICED_LATE
 

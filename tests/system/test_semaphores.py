@@ -2,8 +2,8 @@
 
 import pytest
 
-from quendal_tools import packet
-from quendal_tools.display import VARIABLE_PREFIX
+from quendal_tools.board.display import VARIABLE_PREFIX
+from quendal_tools.protocol import packet
 from support import console
 
 STOP = packet.file_packet("kvXferStop.sys", b"")

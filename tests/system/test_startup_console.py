@@ -2,7 +2,8 @@
 
 import pytest
 
-from quendal_tools.board_files import MAKER_WORK, WORK, with_keys
+from quendal_tools.board.layout import MAKER_WORK, WORK
+from quendal_tools.configuration.ini_text import with_keys
 from support import console
 from support.static_address import ADDRESS, GATEWAY, ROUTE_IS_THERE, nothing_to_kill
 

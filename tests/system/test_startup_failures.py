@@ -4,7 +4,8 @@ import shutil
 
 import pytest
 
-from quendal_tools.board_files import APPLICATION, DEST, WORK, static_configuration, with_keys
+from quendal_tools.board.layout import APPLICATION, DEST, WORK, static_configuration
+from quendal_tools.configuration.ini_text import with_keys
 from support import console
 
 INI = WORK + "/Quendal_L.ini"

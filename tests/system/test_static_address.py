@@ -2,8 +2,9 @@
 
 import pytest
 
-from quendal_tools.board_files import WORK, static_configuration, with_keys
-from quendal_tools.namespace import wait_until
+from quendal_tools.board.layout import WORK, static_configuration
+from quendal_tools.board.waiting import wait_until
+from quendal_tools.configuration.ini_text import with_keys
 from support import console
 from support.static_address import ADDRESS, CYCLE_COMMANDS, GATEWAY, START_UP_COMMANDS, nothing_to_kill
 

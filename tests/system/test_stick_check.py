@@ -2,8 +2,9 @@
 
 import pytest
 
-from quendal_tools import stick_forecast, stick_media
-from quendal_tools.stick_rules import Numbers
+from quendal_tools.configuration.identity import Numbers
+from quendal_tools.stick import media
+from quendal_tools.stick.forecast import foresee
 from support import stick
 from support.stick import start_with_stick
 
@@ -45,7 +46,7 @@ def test_the_service_does_what_was_foreseen(make_rig, parts):
         for part in parts:
             part(drive)
 
-        forecasts.append(stick_forecast.foresee(stick_media.FolderStick(drive.path()), OWN))
+        forecasts.append(foresee(media.FolderStick(drive.path()), OWN))
 
     forecasts = []
     rig, _ = start_with_stick(make_rig, prepare)

@@ -6,8 +6,8 @@ import socket
 
 import pytest
 
-from quendal_tools import packet
-from quendal_tools.board_files import TARGET
+from quendal_tools.board.layout import TARGET
+from quendal_tools.protocol import packet
 from support import console, packets
 from support.rig import PORT, await_acknowledged, peer_of
 

@@ -5,7 +5,7 @@ import tarfile
 
 import pytest
 
-from quendal_tools.board_files import APPLICATION, LOG, WORK
+from quendal_tools.board.layout import APPLICATION, LOG, WORK
 from support import stick
 from support.stick import RESTART, start_with_stick
 

@@ -4,7 +4,7 @@ import re
 
 import pytest
 
-from quendal_tools.board_files import TARGET
+from quendal_tools.board.layout import TARGET
 from support import console, stick
 from support.rig import NOTICED_LATE
 from support.stick import SERVED_SECONDS, start_with_stick

@@ -4,7 +4,7 @@ import time
 
 import pytest
 
-from quendal_tools.namespace import wait_until
+from quendal_tools.board.waiting import wait_until
 from support import console, stick
 from support.stick import SERVED_SECONDS, Stick, start_with_stick
 

@@ -5,7 +5,7 @@ import time
 
 import pytest
 
-from quendal_tools.namespace import wait_until
+from quendal_tools.board.waiting import wait_until
 from support import console
 from support.recording import recording, tcpdump_count
 from support.rig import LINK_UP_SECONDS

@@ -1,6 +1,6 @@
 """What a display sends, as bytes."""
 
-from quendal_tools import packet
+from quendal_tools.protocol import packet
 
 DESCRIPTOR = (b"\n[Alive]\ngroupID=1\ncolumnID=2\nunitID=3\nipv4Addr=192.168.0.20\n"
               b"phyAddr=00:11:22:33:44:55\n\n")

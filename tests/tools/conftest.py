@@ -9,7 +9,7 @@ import socket
 import pytest
 
 from played_display import LOOPBACK, PlayedDisplay
-from quendal_tools import stick_media
+from quendal_tools.stick import media
 
 
 @pytest.fixture(name="files")
@@ -25,8 +25,8 @@ def _files(tmp_path):
 def _stick(request, tmp_path):
     """An empty stick of either kind."""
     if request.param == "folder":
-        return stick_media.new_folder(tmp_path / "stick")
-    return stick_media.new_image(tmp_path / "stick.img", 8)
+        return media.new_folder(tmp_path / "stick")
+    return media.new_image(tmp_path / "stick.img", 8)
 
 
 @pytest.fixture(name="port")

@@ -3,7 +3,7 @@
 import socket
 
 from alive_packets import DESCRIPTOR, HEARTBEAT, answer
-from quendal_tools import packet
+from quendal_tools.protocol import packet
 
 GROUP = "239.255.77.99"
 LOOPBACK = "127.0.0.1"

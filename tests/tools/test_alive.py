@@ -6,7 +6,8 @@ import pytest
 from hypothesis import given, strategies
 
 from alive_packets import DESCRIPTOR, HEARTBEAT, answer
-from quendal_tools import alive, packet
+from quendal_tools.protocol import alive, packet
+
 
 def with_line(old, new):
     assert old in DESCRIPTOR

@@ -7,8 +7,8 @@ import pytest
 
 from alive_packets import HEARTBEAT, answer
 from played_display import GROUP, LOOPBACK, answer_to
-from quendal_tools import packet
-from quendal_tools.discovery import Answered, Discovery, Heartbeat, Refused
+from quendal_tools.protocol import packet
+from quendal_tools.protocol.discovery import Answered, Discovery, Heartbeat, Refused
 
 
 @pytest.fixture(name="discovery")

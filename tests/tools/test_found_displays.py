@@ -1,8 +1,8 @@
 """What is kept of the displays that were heard of."""
 
-from quendal_tools.alive import Descriptor
-from quendal_tools.discovery import Answered, Heartbeat
-from quendal_tools.found_displays import FoundDisplays
+from quendal_tools.commands.found_displays import FoundDisplays
+from quendal_tools.protocol.alive import Descriptor
+from quendal_tools.protocol.discovery import Answered, Heartbeat
 
 HARDWARE_ADDRESS = "00:11:22:33:44:55"
 

@@ -2,7 +2,7 @@
 
 import pytest
 
-from quendal_tools import ini_text
+from quendal_tools.configuration import ini_text
 
 KEY = "new_local_dist_task.filelist"
 

@@ -3,9 +3,11 @@
 import pytest
 from rich.console import Console
 
-from quendal_tools import stick_forecast, stick_media
-from quendal_tools.stick_report import tell
-from quendal_tools.stick_rules import LIST_NAME, Numbers
+from quendal_tools.commands.stick_report import tell
+from quendal_tools.configuration.identity import Numbers
+from quendal_tools.stick import media
+from quendal_tools.stick.forecast import foresee
+from quendal_tools.stick.rules import LIST_NAME
 
 OWN = Numbers(1, 2, 3)
 
@@ -26,7 +28,7 @@ def with_list(value, **more):
 
 
 def steps(stick, own=OWN, **options):
-    return stick_forecast.foresee(stick, own, **options).steps
+    return foresee(stick, own, **options).steps
 
 
 @pytest.mark.parametrize(("numbers", "own", "weight"), [
@@ -37,7 +39,7 @@ def steps(stick, own=OWN, **options):
 def test_the_best_folder_is_named_with_its_weight(stick, numbers, own, weight):
     put(stick, {"KVCFG/": b"", **{f"KVCFG/{name}/": b"" for name in numbers}})
 
-    forecast = stick_forecast.foresee(stick, own)
+    forecast = foresee(stick, own)
     assert forecast.chosen.weight == weight
     assert forecast.steps == [f"chooses KVCFG/{forecast.chosen.name} (weight {weight})",
                               f"copies nothing: KVCFG/{forecast.chosen.name} has no {LIST_NAME}"]
@@ -52,23 +54,23 @@ def test_no_fitting_folder_copies_nothing(stick):
 def test_folders_that_fit_equally_well_are_warned_of(stick):
     put(stick, {"KVCFG/": b"", "KVCFG/1.2.3/": b"", "KVCFG/01.2.3/": b""})
 
-    forecast = stick_forecast.foresee(stick, OWN)
+    forecast = foresee(stick, OWN)
     first = stick.entries("KVCFG")[0][0]
     assert forecast.chosen.name == first
     assert "fit equally well" in forecast.warnings[0]
 
 
 def test_an_image_keeps_the_order_of_its_directory(tmp_path):
-    stick = stick_media.new_image(tmp_path / "stick.img", 8)
+    stick = media.new_image(tmp_path / "stick.img", 8)
     put(stick, {"KVCFG/": b"", "KVCFG/1.2.3/": b"", "KVCFG/01.2.3/": b""})
 
-    assert stick_forecast.foresee(stick, OWN).chosen.name == "1.2.3"
+    assert foresee(stick, OWN).chosen.name == "1.2.3"
 
 
 def test_a_missing_file_fails_behind_the_files_before_it(stick):
     put(stick, with_list("a#0#FileList.sys;b#0#gone.zip;c#0#x", **{"FileList.sys": b"1", "x": b"2"}))
 
-    forecast = stick_forecast.foresee(stick, OWN)
+    forecast = foresee(stick, OWN)
     assert (forecast.copied, forecast.posted) == (["FileList.sys"], ["START2RX"])
     assert forecast.steps[-1] == ("reports a failure at file 2 of 3: gone.zip is not there; "
                                   "the rest is not copied, and RXCOMPLETE is never posted")
@@ -83,7 +85,7 @@ def test_a_missing_file_fails_behind_the_files_before_it(stick):
 def test_a_bad_list_is_ignored_as_a_whole(stick, value, reason):
     put(stick, {**with_list(value, x=b"1"), "KVCFG/1.2.3/sub/": b""})
 
-    forecast = stick_forecast.foresee(stick, OWN)
+    forecast = foresee(stick, OWN)
     assert forecast.steps[-1] == f"ignores the whole list: {reason}"
     assert (forecast.copied, forecast.posted) == ([], [])
 
@@ -100,19 +102,19 @@ def test_names_on_a_stick_are_found_in_capital_and_small_letters(stick):
     tree = with_list("a#0#x.ZIP", **{"X.zip": b"1"})
     put(stick, {path.replace("KVCFG", "kvcfg"): content for path, content in tree.items()})
 
-    assert stick_forecast.foresee(stick, OWN).copied == ["x.ZIP"]
+    assert foresee(stick, OWN).copied == ["x.ZIP"]
 
 
 def test_another_name_of_the_list_is_looked_for(stick):
     put(stick, {"KVCFG/": b"", "KVCFG/1.2.3/": b"", "KVCFG/1.2.3/my.spt": b"new_local_dist_task.fileList=a#0#my.spt"})
 
-    assert stick_forecast.foresee(stick, OWN, "my.spt").copied == ["my.spt"]
+    assert foresee(stick, OWN, "my.spt").copied == ["my.spt"]
 
 
 def test_a_log_export_ends_in_a_restart_and_hides_the_rest(stick):
     put(stick, {**with_list("a#0#x", x=b"1"), "KVLOG/": b"", "KVSOURCE/": b""})
 
-    forecast = stick_forecast.foresee(stick, OWN)
+    forecast = foresee(stick, OWN)
     assert forecast.restarts
     assert (forecast.chosen, forecast.copied) == (None, [])
     assert forecast.warnings == ["KVCFG is not served: the log export releases the stick before",
@@ -122,7 +124,7 @@ def test_a_log_export_ends_in_a_restart_and_hides_the_rest(stick):
 def test_raw_data_leaves_the_stick_in_place(stick):
     put(stick, {**with_list("a#0#x", x=b"1"), "KVLOG/": b""})
 
-    forecast = stick_forecast.foresee(stick, OWN, raw_data=True)
+    forecast = foresee(stick, OWN, raw_data=True)
     assert forecast.steps[0] == "copies its raw data files to KVLOG"
     assert (forecast.copied, forecast.restarts) == (["x"], False)
 
@@ -134,7 +136,7 @@ def test_raw_data_leaves_the_stick_in_place(stick):
 def test_when_the_display_restarts(stick, folders, raw_data, restarts):
     put(stick, {f"{name}/": b"" for name in folders})
 
-    assert stick_forecast.foresee(stick, OWN, raw_data=raw_data).restarts == restarts
+    assert foresee(stick, OWN, raw_data=raw_data).restarts == restarts
 
 
 def test_a_file_in_place_of_a_folder_asks_for_nothing(stick):
@@ -144,10 +146,10 @@ def test_a_file_in_place_of_a_folder_asks_for_nothing(stick):
 
 
 def test_names_on_a_stick_do_not_speak_to_the_terminal(tmp_path, capsys):
-    stick = stick_media.new_folder(tmp_path / "stick")
+    stick = media.new_folder(tmp_path / "stick")
     put(stick, {"KVCFG/": b"", "KVCFG/1.2.3\x1b[31m/": b""})
 
-    tell(Console(), OWN, stick_forecast.foresee(stick, OWN))
+    tell(Console(), OWN, foresee(stick, OWN))
     shown = capsys.readouterr().out
     assert "\x1b" not in shown
     assert "chooses KVCFG/1.2.3?[31m" in shown

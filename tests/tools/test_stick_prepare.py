@@ -6,10 +6,12 @@ import sys
 
 import pytest
 
-from quendal_tools import stick_forecast, stick_media, stick_prepare
-from quendal_tools.stick_media import StickError
-from quendal_tools.stick_prepare import Configuration
-from quendal_tools.stick_rules import LIST_NAME, Numbers
+from quendal_tools.configuration.identity import Numbers
+from quendal_tools.stick import media, prepare
+from quendal_tools.stick.forecast import foresee
+from quendal_tools.stick.media import StickError
+from quendal_tools.stick.prepare import Configuration
+from quendal_tools.stick.rules import LIST_NAME
 
 TRANSMITTER = pathlib.Path(__file__).resolve().parents[2] / "tools/transmitter"
 OWN = Numbers(1, 2, 3)
@@ -17,10 +19,10 @@ OWN = Numbers(1, 2, 3)
 
 def test_a_prepared_stick_is_served_as_intended(stick, files):
     configurations = [Configuration(OWN, files), Configuration(Numbers(0, 0, 0), files[:1], "FLDnCare.sys")]
-    stick_prepare.check(configurations)
-    stick_prepare.write(stick, configurations, ["KVBAK"])
+    prepare.check(configurations)
+    prepare.write(stick, configurations, ["KVBAK"])
 
-    exact, other = (stick_forecast.foresee(stick, own) for own in (OWN, Numbers(7, 8, 9)))
+    exact, other = (foresee(stick, own) for own in (OWN, Numbers(7, 8, 9)))
     assert exact.copied == ["FileList.sys", "Layout1.zip", "clip.ts"]
     assert exact.posted == ["START2RX", "RXCOMPLETE"]
     assert other.copied == ["FLDnCare.sys", "Layout1.zip"]
@@ -34,20 +36,20 @@ def test_a_prepared_stick_is_served_as_intended(stick, files):
 
 
 def test_unannounced_files_have_no_control_file(stick, files):
-    stick_prepare.write(stick, [Configuration(OWN, files, None)])
+    prepare.write(stick, [Configuration(OWN, files, None)])
 
-    forecast = stick_forecast.foresee(stick, OWN)
+    forecast = foresee(stick, OWN)
     assert (forecast.copied, forecast.posted) == (["Layout1.zip", "clip.ts"], ["RXCOMPLETE"])
 
 
 def test_an_image_has_a_partition_with_a_sound_file_system(tmp_path, files):
-    stick_prepare.write(stick_media.new_image(tmp_path / "stick.img", 8), [Configuration(OWN, files)])
+    prepare.write(media.new_image(tmp_path / "stick.img", 8), [Configuration(OWN, files)])
 
     file_system = tmp_path / "partition.img"
     file_system.write_bytes((tmp_path / "stick.img").read_bytes()[1 << 20:])
     check = subprocess.run(["/usr/sbin/fsck.vfat", "-n", file_system], capture_output=True, text=True, check=False)
     assert check.returncode == 0, check.stdout
-    assert stick_forecast.foresee(stick_media.existing(file_system), OWN).copied[-1] == "clip.ts"
+    assert foresee(media.existing(file_system), OWN).copied[-1] == "clip.ts"
 
 
 @pytest.mark.parametrize(("name", "reason"), [
@@ -67,27 +69,27 @@ def test_a_file_that_could_not_arrive_is_refused_before_anything_is_written(tmp_
     file.write_bytes(b"")
 
     with pytest.raises(StickError) as refusal:
-        stick_prepare.check([Configuration(OWN, (file,))])
+        prepare.check([Configuration(OWN, (file,))])
     assert str(refusal.value) == f"{file}: {reason}"
 
 
 def test_files_and_displays_that_are_there_twice_are_refused(tmp_path, files):
     (tmp_path / "CLIP.TS").write_bytes(b"")
     with pytest.raises(StickError, match="that is the name of another file"):
-        stick_prepare.check([Configuration(OWN, (*files, tmp_path / "CLIP.TS"))])
+        prepare.check([Configuration(OWN, (*files, tmp_path / "CLIP.TS"))])
     with pytest.raises(StickError, match="there is no such file"):
-        stick_prepare.check([Configuration(OWN, (tmp_path / "gone",))])
+        prepare.check([Configuration(OWN, (tmp_path / "gone",))])
     with pytest.raises(StickError, match="the same display numbers are there twice"):
-        stick_prepare.check([Configuration(OWN, files), Configuration(OWN, ())])
+        prepare.check([Configuration(OWN, files), Configuration(OWN, ())])
 
 
 def test_nothing_that_is_there_is_overwritten(tmp_path, files):
     image = tmp_path / "stick.img"
     image.write_bytes(b"precious")
     with pytest.raises(StickError, match="is there already"):
-        stick_media.new_image(image, 8)
+        media.new_image(image, 8)
     with pytest.raises(StickError, match="is there already"):
-        stick_media.new_folder(files[0].parent)
+        media.new_folder(files[0].parent)
     assert image.read_bytes() == b"precious"
 
 
@@ -97,7 +99,7 @@ def test_what_is_no_image_of_a_drive_is_said_to_be_none(tmp_path, content):
     image.write_bytes(content)
 
     with pytest.raises(StickError, match="is no image of a FAT drive"):
-        stick_media.existing(image)
+        media.existing(image)
 
 
 def run_transmitter(*words):

@@ -3,14 +3,15 @@
 import pytest
 from hypothesis import given, strategies
 
-from quendal_tools import stick_rules
-from quendal_tools.stick_rules import FileList, FormatError, Numbers
+from quendal_tools.configuration.identity import Numbers
+from quendal_tools.stick import rules
+from quendal_tools.stick.rules import FileList, FormatError
 
 OWN = Numbers(1, 2, 3)
 
 
 def chosen(*names, own=OWN):
-    best = stick_rules.choose([stick_rules.consider(name, own) for name in names])
+    best = rules.choose([rules.consider(name, own) for name in names])
     return best and (best.name, best.weight)
 
 
@@ -20,7 +21,7 @@ def chosen(*names, own=OWN):
     ("2.2.3", None), ("1.2.4", None), ("-1.2.3", None), ("1.2", None), ("1.2.3.4", None), ("", None), ("1.2.3.", None),
 ])
 def test_the_weight_of_a_folder(name, weight):
-    assert stick_rules.consider(name, OWN).weight == weight
+    assert rules.consider(name, OWN).weight == weight
 
 
 @pytest.mark.parametrize(("names", "best"), [
@@ -44,18 +45,18 @@ def test_a_display_of_number_0_counts_a_wildcard_as_its_own_number():
     ("65535", 65535), ("65536", 0), ("1" + "0" * 30, 65535), ("-1" + "0" * 30, 0), ("٣", 0),
 ])
 def test_a_number_is_read_like_strtol_and_cut_to_16_bits(text, number):
-    assert stick_rules.parse_number(text) == number
+    assert rules.parse_number(text) == number
 
 
 @pytest.mark.parametrize(("value", "trimmed"), [
     (";;a#0#x.zip;", "a#0#x.zip"), ("a;;b", "a;;b"), (";", ""), (";;;", ""), ("", ""), (" ;a", " ;a"),
 ])
 def test_semicolons_are_trimmed_at_both_ends_only(value, trimmed):
-    assert stick_rules.trim_file_list(value) == trimmed
+    assert rules.trim_file_list(value) == trimmed
 
 
 def test_a_list_gives_its_files_in_their_order():
-    assert stick_rules.parse_file_list("a#0#Layout1.zip;b#0#FileList.sys;#0#sub/x") == FileList(
+    assert rules.parse_file_list("a#0#Layout1.zip;b#0#FileList.sys;#0#sub/x") == FileList(
         ("Layout1.zip", "FileList.sys", "sub/x"), "FileList.sys")
 
 
@@ -69,7 +70,7 @@ def test_a_list_gives_its_files_in_their_order():
     ("a#0#filelist.sys", None),
 ])
 def test_the_last_control_file_decides_how_the_files_are_announced(value, announcement):
-    assert stick_rules.parse_file_list(value).announcement == announcement
+    assert rules.parse_file_list(value).announcement == announcement
 
 
 @pytest.mark.parametrize(("value", "reason"), [
@@ -89,15 +90,15 @@ def test_the_last_control_file_decides_how_the_files_are_announced(value, announ
 def test_one_bad_entry_spoils_the_whole_list(value, reason):
     for whole in (value, f"a#0#good;{value}"):
         with pytest.raises(FormatError) as refusal:
-            stick_rules.parse_file_list(whole)
+            rules.parse_file_list(whole)
         assert str(refusal.value) == reason
 
 
 @given(strategies.text(alphabet="ab#0;./", max_size=30))
 def test_every_name_that_is_accepted_can_be_copied(value):
     try:
-        names = stick_rules.parse_file_list(value).names
+        names = rules.parse_file_list(value).names
     except FormatError:
         return
     assert len(names) == value.count(";") + 1
-    assert not any(stick_rules.name_problem(name) for name in names)
+    assert not any(rules.name_problem(name) for name in names)

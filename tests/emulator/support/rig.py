@@ -1,8 +1,8 @@
 """An emulated board with its service, and the questions that tests ask it."""
 
-from quendal_tools.board_files import TARGET
-from quendal_tools.namespace import wait_until
-from quendal_tools.transmitter import Transmitter
+from quendal_tools.board.layout import TARGET
+from quendal_tools.board.waiting import wait_until
+from quendal_tools.protocol.sending import Transmitter
 
 # Emulation is slow, and slower when several boards start at once.
 PATIENCE = 200

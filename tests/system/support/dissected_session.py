@@ -5,7 +5,7 @@ import pathlib
 import re
 import socket
 
-from quendal_tools import packet
+from quendal_tools.protocol import packet
 from support import dissection, multicast
 from support.multicast import Transmitter, request_packet
 from support.packets import BEFORE_FILE, HEADER, STATUS, file_head, header, raw_header, raw_status

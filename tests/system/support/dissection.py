@@ -9,7 +9,7 @@ import signal
 import socket
 import subprocess
 
-from quendal_tools.namespace import wait_until
+from quendal_tools.board.waiting import wait_until
 
 DISSECTOR = pathlib.Path(__file__).resolve().parents[3] / "tools/lcdpacket.lua"
 # Ports to which no protocol of tshark's own lays claim, so that it never tries another one first.

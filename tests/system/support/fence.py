@@ -1,6 +1,6 @@
 """A target directory with traps in it, and the proof that a refused name has changed nothing."""
 
-from quendal_tools.board_files import APPLICATION, TARGET
+from quendal_tools.board.layout import APPLICATION, TARGET
 from support import console, packets
 
 OUTSIDE = "/data/outside"

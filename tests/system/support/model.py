@@ -5,7 +5,7 @@ Names that cost seconds (refused ones, the stop marker, the reboot request) are 
 
 import struct
 
-from quendal_tools import packet
+from quendal_tools.protocol import packet
 from support import console
 
 MAX_HEADER, MAX_STATUS, MAX_NAME, MAX_LEAF = 1026, 1024, 1023, 255

@@ -7,8 +7,8 @@ import socket
 import struct
 import time
 
-from quendal_tools import alive, packet
-from quendal_tools.namespace import wait_until
+from quendal_tools.board.waiting import wait_until
+from quendal_tools.protocol import alive, packet
 
 GROUP, GROUP_PORT = "239.255.77.1", 50100
 HEARTBEAT = bytes.fromhex("14000000 5CC50200 00000000 00000000 E88EA5A5 09000000 02000000 01")

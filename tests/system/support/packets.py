@@ -1,6 +1,6 @@
 """Packets that are not as they should be, and the pieces of a right one."""
 
-from quendal_tools import packet
+from quendal_tools.protocol import packet
 
 
 LENGTH_FIELD = 4

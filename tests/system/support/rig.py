@@ -11,9 +11,9 @@ import struct
 import termios
 import time
 
-from quendal_tools import packet
-from quendal_tools.board_files import TARGET
-from quendal_tools.namespace import wait_until
+from quendal_tools.board.layout import TARGET
+from quendal_tools.board.waiting import wait_until
+from quendal_tools.protocol import packet
 from support import console, packets
 
 PORT = 50200

@@ -7,9 +7,10 @@ the stick's folder instead; releasing it is the real thing.
 
 import contextlib
 
-from quendal_tools.board_files import PARTITIONS_HEAD, TARGET
-from quendal_tools.board_root import BLOCK_DEVICES, PARTITIONS
-from quendal_tools.namespace import wait_until
+from quendal_tools.board.layout import TARGET
+from quendal_tools.board.waiting import wait_until
+from quendal_tools.sandbox.board_files import PARTITIONS_HEAD
+from quendal_tools.sandbox.board_root import BLOCK_DEVICES, PARTITIONS
 
 _PLACE = "/opt/board/stick"
 _MEMORY_CARD = ["mmcblk0", "mmcblk0p1"]

@@ -1,6 +1,6 @@
 """Reads on in a growing file, without reading again what has been read."""
 
-from quendal_tools.namespace import wait_until
+from quendal_tools.board.waiting import wait_until
 
 
 class Tail:

@@ -1,0 +1,121 @@
+"""The transmitter's command "discover": which displays are there."""
+
+import argparse
+import contextlib
+import json
+import sys
+import time
+
+from rich.console import Console
+from rich.live import Live
+
+from quendal_tools.commands.found_displays import FoundDisplays
+from quendal_tools.protocol.discovery import GROUP, PORT, Answered, Discovery, Refused
+
+_DESCRIPTION = """\
+Asks the displays on the network who they are, and shows a table of those that answer.
+
+A display answers once in 6 seconds, so one that has just answered somebody else, or has just been started,
+answers to a later request only. Displays with the same numbers are shown in yellow. Ends with status 0 when a
+display has answered, else 1.
+"""
+# Heartbeats need a network on which nobody asks.
+_SECONDS_BETWEEN_ROUNDS = 60
+
+
+def _number(text):
+    if not text.isascii() or not text.isdecimal() or int(text) > 0xFFFF:
+        raise argparse.ArgumentTypeError(f"not a number from 0 to 65535: {text}")
+    return int(text)
+
+
+def _positive(text):
+    seconds = float(text)
+    if not 0 < seconds < float("inf"):
+        raise argparse.ArgumentTypeError(f"not a time above 0: {text}")
+    return seconds
+
+
+def add_to(commands):
+    discover = commands.add_parser("discover", help="find the displays on the network", description=_DESCRIPTION,
+                                   formatter_class=argparse.RawDescriptionHelpFormatter)
+    for name in ("group", "column", "unit"):
+        discover.add_argument(f"--{name}", type=_number, default=0, metavar="N",
+                              help=f"ask only displays of this {name} number (0: of any)")
+    discover.add_argument("--seconds", type=_positive, default=7.0, metavar="S", help="how long (%(default)g)")
+    discover.add_argument("--every", type=_positive, default=2.0, metavar="S",
+                          help="ask again every so many seconds (%(default)g)")
+    discover.add_argument("--watch", action="store_true",
+                          help="go on until Ctrl-C: mark heartbeats, and ask again once in a minute")
+    discover.add_argument("--json", action="store_true", help="print one JSON object for each event instead")
+    discover.add_argument("--address", default=GROUP, help="multicast group, lcdMcastIp (%(default)s)")
+    discover.add_argument("--port", type=_number, default=PORT, help="its port, lcdMcastPort (%(default)s)")
+    discover.add_argument("--interface", metavar="NAME|ADDRESS",
+                          help="the interface towards the displays, instead of the routing table's choice")
+    discover.add_argument("--server-port", type=_number, default=0, metavar="PORT",
+                          help="TCP port for the answers (any free one)")
+    discover.add_argument("--ttl", type=_number, default=1, help="routers that a request may pass, plus 1 (1)")
+    discover.set_defaults(run=run)
+
+
+def run(given):
+    found = FoundDisplays()
+    try:
+        with Discovery(given.address, given.port, interface=given.interface, server_port=given.server_port,
+                       ttl=given.ttl) as discovery:
+            (_print_json if given.json else _show_table)(_hear(discovery, given), found, given)
+    except OSError as error:
+        sys.exit(f"transmitter: {given.address} port {given.port}: {error.strerror or error}")
+    return 0 if found.answered() else 1
+
+
+def _hear(discovery, given):
+    """Asks, and gives every event until the time is over."""
+    end = time.monotonic() + given.seconds
+    while (left := end - time.monotonic()) > 0:
+        discovery.ask(given.group, given.column, given.unit)
+        yield from discovery.events(min(given.every, left))
+    while given.watch:
+        yield from discovery.events(_SECONDS_BETWEEN_ROUNDS)
+        discovery.ask(given.group, given.column, given.unit)
+
+
+def _print_json(events, found, _):
+    with contextlib.suppress(KeyboardInterrupt):
+        for event in events:
+            if not isinstance(event, Refused):
+                found.note(event)
+            print(json.dumps(_plain(event)), flush=True)
+
+
+def _plain(event):
+    fields = {"event": type(event).__name__.lower(), "source": event.source}
+    if isinstance(event, Answered):
+        return {**fields, **vars(event.descriptor), "milliseconds": round(event.seconds * 1000, 3)}
+    return {**fields, "reason": event.reason} if isinstance(event, Refused) else fields
+
+
+def _show_table(events, found, given):
+    console = Console(highlight=False)
+    live = Live(console=console, refresh_per_second=4, transient=True,
+                get_renderable=lambda: found.table(given.watch) if console.is_terminal else "")
+    with contextlib.suppress(KeyboardInterrupt), live:
+        for event in events:
+            if isinstance(event, Refused):
+                console.print(f"{event.source} sent {event.reason}.", style="red", soft_wrap=True)
+            else:
+                found.note(event)
+    console.print(found.table(given.watch))
+    console.print(_summary(found), soft_wrap=True)
+
+
+def _summary(found):
+    answered = found.answered()
+    if not answered:
+        return "[red]No display has answered.[/red]"
+    worst = max(display.seconds for display in answered)
+    count = "1 display" if len(answered) == 1 else f"{len(answered)} displays"
+    text = f"[bold green]{count} answered[/bold green], the last after {worst * 1000:.0f} ms."
+    if found.shared_numbers():
+        text += " [yellow]Some have the same numbers.[/yellow]"
+    return text

@@ -1,0 +1,85 @@
+"""The displays that a discovery has heard of, and the table of them."""
+
+import collections
+import dataclasses
+import time
+
+from rich.table import Table
+from rich.text import Text
+
+from quendal_tools.protocol.alive import Descriptor
+from quendal_tools.protocol.discovery import Answered
+
+# Heartbeats come every 11 seconds on a quiet network: this display has missed two of them.
+_SILENT_AFTER = 30
+
+
+@dataclasses.dataclass
+class FoundDisplay:
+    """descriptor is the newest, seconds of the first answer; both None while only heartbeats came."""
+
+    source: str
+    descriptor: Descriptor | None = None
+    seconds: float | None = None
+    heartbeats: int = 0
+    last_heard: float = 0.0
+
+    def numbers(self):
+        return (self.descriptor.group, self.descriptor.column, self.descriptor.unit) if self.descriptor else ()
+
+
+class FoundDisplays:
+    """Keeps one entry for each address that displays speak from."""
+
+    def __init__(self):
+        self._by_source = {}
+
+    def note(self, event):
+        """Takes in an Answered or Heartbeat; returns the entry, and whether it is its first answer."""
+        found = self._by_source.setdefault(event.source, FoundDisplay(event.source))
+        found.last_heard = time.monotonic()
+        if not isinstance(event, Answered):
+            found.heartbeats += 1
+            return found, False
+        first = found.descriptor is None
+        found.descriptor = event.descriptor
+        if first:
+            found.seconds = event.seconds
+        return found, first
+
+    def answered(self):
+        """Those that have answered, by group, column and unit."""
+        return sorted((found for found in self._by_source.values() if found.descriptor), key=FoundDisplay.numbers)
+
+    def only_heard(self):
+        return [found for found in self._by_source.values() if not found.descriptor]
+
+    def shared_numbers(self):
+        """The group, column and unit numbers that more than one display goes by."""
+        counts = collections.Counter(found.numbers() for found in self.answered())
+        return {numbers for numbers, count in counts.items() if count > 1}
+
+    def table(self, watched=False):
+        """The displays as a table; when watched, with their heartbeats."""
+        columns = ["group", "column", "unit", "address", "hardware address", "answered after"]
+        table = Table(*columns, *(["heartbeats", "last heard"] if watched else []))
+        for column in (*table.columns[:3], *table.columns[5:]):
+            column.justify = "right"
+        shared = self.shared_numbers()
+        for found in self.answered() + self.only_heard():
+            style = "yellow" if found.numbers() in shared else None
+            table.add_row(*_cells(found), *(_watch_cells(found) if watched else ()), style=style)
+        return table
+
+
+def _cells(found):
+    who = found.descriptor
+    if not who:
+        return ["-", "-", "-", found.source, "-", "-"]
+    address = who.address if who.address == found.source else f"{who.address} (from {found.source})"
+    return [*map(str, found.numbers()), address, who.hardware_address or "unknown", f"{found.seconds * 1000:.1f} ms"]
+
+
+def _watch_cells(found):
+    age = time.monotonic() - found.last_heard
+    return str(found.heartbeats), Text(f"{age:.0f} s ago", style="red" if age > _SILENT_AFTER else "green")

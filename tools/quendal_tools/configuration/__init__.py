@@ -1,0 +1,1 @@
+"""What a display is told about itself: its ini texts, its numbers, and the example configuration."""

@@ -1,0 +1,1 @@
+"""The demonstration that ./run shows."""

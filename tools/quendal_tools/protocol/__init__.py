@@ -1,0 +1,1 @@
+"""What passes between a transmitter and the displays: packets, transfers and the search for displays."""

@@ -1,0 +1,79 @@
+"""The TCP server of a discovery: each display connects, writes one answer and closes."""
+
+import contextlib
+import dataclasses
+import selectors
+import time
+
+from quendal_tools.protocol.alive import MAX_ANSWER
+
+_SECONDS_FOR_ANSWER = 5
+_MAX_CONNECTIONS = 1000
+
+
+@dataclasses.dataclass
+class Delivery:
+    """What came on one connection; problem says why it is not to be used, if so."""
+
+    source: str
+    deadline: float
+    data: bytearray = dataclasses.field(default_factory=bytearray)
+    last_byte: float = 0.0
+    problem: str | None = None
+
+
+class AnswerServer:
+    """Takes connections on a bound socket; whoever selects on the selector calls take for what is readable."""
+
+    def __init__(self, listener, selector):
+        self._listener = listener
+        self._selector = selector
+        self._open = {}
+        listener.listen(_MAX_CONNECTIONS)
+        listener.setblocking(False)
+        selector.register(listener, selectors.EVENT_READ, self.take)
+
+    def close(self):
+        for connection in list(self._open):
+            self._finish(connection)
+
+    def take(self, readable):
+        """Reads on, or takes new connections; returns the deliveries that are complete."""
+        if readable is not self._listener:
+            return self._read(readable)
+        with contextlib.suppress(BlockingIOError, ConnectionAbortedError):
+            while len(self._open) < _MAX_CONNECTIONS:
+                self._admit(*self._listener.accept())
+        return []
+
+    def drop_slow_ones(self):
+        """Closes the connections on which nobody finished in time; returns their deliveries."""
+        now = time.monotonic()
+        slow = [connection for connection, delivery in self._open.items() if delivery.deadline < now]
+        return [self._finish(connection, "an answer without an end") for connection in slow]
+
+    def _admit(self, connection, peer):
+        connection.setblocking(False)
+        self._open[connection] = Delivery(peer[0], time.monotonic() + _SECONDS_FOR_ANSWER)
+        self._selector.register(connection, selectors.EVENT_READ, self.take)
+
+    def _read(self, connection):
+        delivery = self._open[connection]
+        try:
+            piece = connection.recv(MAX_ANSWER)
+        except OSError as error:
+            return [self._finish(connection, f"a broken connection ({error.strerror})")]
+        if not piece:
+            return [self._finish(connection)]
+        delivery.last_byte = time.monotonic()
+        delivery.data += piece
+        if len(delivery.data) > MAX_ANSWER:
+            return [self._finish(connection, "an answer that is too long")]
+        return []
+
+    def _finish(self, connection, problem=None):
+        self._selector.unregister(connection)
+        connection.close()
+        delivery = self._open.pop(connection)
+        delivery.problem = problem
+        return delivery

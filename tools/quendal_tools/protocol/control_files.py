@@ -1,0 +1,10 @@
+"""The files that are no content but say something about the others of a transfer."""
+
+LIST_FILE = "FileList.sys"
+DONT_CARE_LIST_FILE = "FLDnCare.sys"
+STOP_MARKER = "kvXferStop.sys"
+
+
+def list_text(names):
+    """The content of a list file: the names of the files that follow, one on each line."""
+    return "".join(name + "\r\n" for name in names).encode("ascii")

@@ -1,0 +1,163 @@
+"""Finding the displays on a network: asks by multicast, takes the answers over TCP, hears the heartbeats.
+
+    with Discovery(make_socket=board.pc.socket) as discovery:
+        discovery.ask()
+        for event in discovery.events(seconds=3):
+            ...
+"""
+
+import collections
+import dataclasses
+import fcntl
+import random
+import re
+import selectors
+import socket
+import struct
+import time
+
+from quendal_tools.protocol import alive, packet
+from quendal_tools.protocol.answer_server import AnswerServer
+
+GROUP = "239.255.77.1"
+PORT = 50100
+
+_MAX_DATAGRAM = 1000
+_SIOCGIFADDR = 0x8915
+
+
+@dataclasses.dataclass(frozen=True)
+class Answered:
+    """seconds is the time from the request's datagram to the answer's last byte."""
+
+    source: str
+    descriptor: alive.Descriptor
+    seconds: float
+
+
+@dataclasses.dataclass(frozen=True)
+class Heartbeat:
+    source: str
+
+
+@dataclasses.dataclass(frozen=True)
+class Refused:
+    """Something came from there that is no answer to this discovery's requests."""
+
+    source: str
+    reason: str
+
+
+def plain_socket(kind):
+    return socket.socket(socket.AF_INET, kind)
+
+
+class Discovery:
+    """Asks and listens between the with statement's start and its end.
+
+    interface    name or address of the interface towards the displays; without it the routing table decides
+    server_port  where the answers are awaited; 0 for any free port
+    make_socket  makes a socket of the given kind, so that another network than this process's can be searched
+    """
+
+    def __init__(self, group=GROUP, port=PORT, *, interface=None, server_port=0, ttl=1, make_socket=plain_socket):
+        self._group = (group, port)
+        self._session = random.getrandbits(32)
+        self._asked_at = []
+        self._waiting = collections.deque()
+        self._datagrams = make_socket(socket.SOCK_DGRAM)
+        self._listener = make_socket(socket.SOCK_STREAM)
+        self._selector = selectors.DefaultSelector()
+        try:
+            self.address = _address_of(interface, self._datagrams) if interface else self._routed_address(make_socket)
+            self._join(ttl)
+            self._listener.bind((self.address, server_port))
+            self._server = AnswerServer(self._listener, self._selector)
+        except BaseException:
+            self._close_sockets()
+            raise
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        """A display handles its last datagram again and again, so that must not stay a request of ours."""
+        try:
+            if self._asked_at:
+                self._datagrams.sendto(packet.status_packet(), self._group)
+        finally:
+            self._server.close()
+            self._close_sockets()
+
+    def ask(self, group=0, column=0, unit=0):
+        """Asks the displays with these numbers, 0 for any, to answer; a display answers once in 6 seconds."""
+        datagram = alive.request(
+            {"group": group, "column": column, "unit": unit}, self._listener.getsockname(),
+            (self._session, len(self._asked_at)))
+        self._asked_at.append(time.monotonic())
+        self._datagrams.sendto(datagram, self._group)
+
+    def events(self, seconds):
+        """Everything that is heard in that time, as Answered, Heartbeat and Refused."""
+        end = time.monotonic() + seconds
+        waiting = self._waiting
+        while waiting or time.monotonic() < end:
+            # Whatever can be read is read first: making sense of one answer must not delay the next one's time.
+            # What comes behind the end is left alone, or there would be none while somebody floods the group.
+            left = end - time.monotonic()
+            ready = self._selector.select(0 if waiting else min(left, 1)) if left > 0 else []
+            for key, _ in ready:
+                waiting.extend(key.data(key.fileobj))
+            waiting.extend(self._server.drop_slow_ones())
+            if waiting and not ready:
+                yield self._event_of(waiting.popleft())
+
+    def _close_sockets(self):
+        for each in (self._datagrams, self._listener, self._selector):
+            each.close()
+
+    def _routed_address(self, make_socket):
+        with make_socket(socket.SOCK_DGRAM) as probe:
+            probe.connect(self._group)
+            return probe.getsockname()[0]
+
+    def _join(self, ttl):
+        group, interface = socket.inet_aton(self._group[0]), socket.inet_aton(self.address)
+        self._datagrams.setblocking(False)
+        self._datagrams.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+        self._datagrams.setsockopt(socket.IPPROTO_IP, socket.IP_MULTICAST_IF, interface)
+        self._datagrams.setsockopt(socket.IPPROTO_IP, socket.IP_MULTICAST_TTL, ttl)
+        self._datagrams.bind(self._group)
+        self._datagrams.setsockopt(socket.IPPROTO_IP, socket.IP_ADD_MEMBERSHIP, group + interface)
+        self._selector.register(self._datagrams, selectors.EVENT_READ, _take_datagram)
+
+    def _event_of(self, delivery):
+        if isinstance(delivery, Heartbeat):
+            return delivery
+        if delivery.problem:
+            return Refused(delivery.source, delivery.problem)
+        try:
+            answer = alive.parse_answer(bytes(delivery.data))
+        except alive.BadAnswer as error:
+            return Refused(delivery.source, str(error))
+        session, number = answer.words
+        if session != self._session or number >= len(self._asked_at):
+            return Refused(delivery.source, "an answer to another request")
+        return Answered(delivery.source, answer.descriptor, delivery.last_byte - self._asked_at[number])
+
+
+def _take_datagram(datagrams):
+    """One's own requests come back, too; they are no heartbeats."""
+    datagram, (source, _) = datagrams.recvfrom(_MAX_DATAGRAM)
+    return [Heartbeat(source)] if alive.is_heartbeat(datagram) else []
+
+
+def _address_of(interface, any_socket):
+    """The IPv4 address of an interface that is named, or given by that address already."""
+    if re.fullmatch(r"[0-9.]+", interface):
+        return interface
+    question = struct.pack("16s240x", interface.encode()[:15])
+    try:
+        return socket.inet_ntoa(fcntl.ioctl(any_socket, _SIOCGIFADDR, question)[20:24])
+    except OSError as error:
+        raise OSError(error.errno, f"interface {interface}: {error.strerror}") from None

@@ -1,0 +1,78 @@
+"""Sends files to a display over TCP, as the transmitter on the PC does."""
+
+import fcntl
+import os
+import pathlib
+import struct
+import termios
+import time
+
+from quendal_tools.protocol import packet
+from quendal_tools.protocol.control_files import DONT_CARE_LIST_FILE, LIST_FILE, STOP_MARKER, list_text
+
+_PIECE = 1 << 20
+
+
+def ignore_progress(name, sent, size):
+    """The progress callback of those who do not want to know."""
+
+
+class Transmitter:
+    """One connection to a display; connect is a function that gives a connected socket.
+
+    The progress callbacks are called with a file's name, its bytes sent so far and its size.
+    """
+
+    def __init__(self, connect, progress=ignore_progress):
+        self._connect = connect
+        self._progress = progress
+        self.connection = None
+
+    def __enter__(self):
+        self.connection = self._connect()
+        return self
+
+    def __exit__(self, *_):
+        self.connection.close()
+
+    def send_bytes(self, name, data):
+        """Sends a file that is held in memory."""
+        self._progress(name, 0, len(data))
+        self.connection.sendall(packet.file_packet(name, data))
+        self._progress(name, len(data), len(data))
+
+    def send_file(self, path, name=None):
+        """Sends a file of this machine piece by piece, however large it is."""
+        name = name or pathlib.Path(path).name
+        with open(path, "rb") as file:
+            size = os.fstat(file.fileno()).st_size
+            self._progress(name, 0, size)
+            self.connection.sendall(packet.file_head(name, size))
+            sent = 0
+            while sent < size:
+                count = self.connection.sendfile(file, sent, min(_PIECE, size - sent))
+                if count == 0:
+                    raise OSError(f"{path} has become shorter while it was sent")
+                sent += count
+                self._progress(name, sent, size)
+
+    def begin(self, names, dont_care=False):
+        """Opens a transfer: the list of what follows decides what the display does with it."""
+        self.send_bytes(DONT_CARE_LIST_FILE if dont_care else LIST_FILE, list_text(names))
+
+    def end(self):
+        """Closes a transfer; the display is told now, and again when it may use the files."""
+        self.send_bytes(STOP_MARKER, b"")
+
+    def await_acknowledged(self):
+        """Waits until the display's system has all that was sent, so that the time taken means something."""
+        while struct.unpack("i", fcntl.ioctl(self.connection, termios.TIOCOUTQ, bytes(4)))[0]:
+            time.sleep(0.001)
+
+    def send_transfer(self, paths, dont_care=False):
+        """A whole transfer: list file, the files, stop marker."""
+        paths = [pathlib.Path(path) for path in paths]
+        self.begin([path.name for path in paths], dont_care)
+        for path in paths:
+            self.send_file(path)
+        self.end()

@@ -1,0 +1,177 @@
+"""A place to run programs and open sockets in: the PC's side of the network, or a board."""
+
+import os
+import select
+import signal
+import socket
+import subprocess
+import tempfile
+import threading
+
+from quendal_tools.sandbox import messages, programs
+
+DEFAULT_ENVIRONMENT = {
+    "PATH": "/opt/board/bin:" + programs.SEARCH_PATH,
+    "HOME": "/root",
+    "LANG": "C.UTF-8",
+}
+
+
+class SandboxError(Exception):
+    """Something that was asked of the sandbox could not be done."""
+
+
+class Namespace:
+    """The test process's end of an agent."""
+
+    def __init__(self, channel):
+        self._channel = channel
+        self._lock = threading.Lock()
+
+    def request(self, descriptors=(), **message):
+        """Asks the agent; returns its reply and the descriptors that came with it."""
+        with self._lock:
+            try:
+                if message:
+                    messages.send(self._channel, message, descriptors)
+                reply, passed = messages.receive(self._channel)
+            except OSError as error:
+                raise SandboxError(f"the sandbox has ended ({error})") from error
+        if reply is None:
+            raise SandboxError("the sandbox has ended")
+        if "error" in reply:
+            raise SandboxError(reply["error"])
+        return reply, passed
+
+    def await_set_up(self, **plan):
+        """Waits for the agent to report that its place stands; pid is then its process 1 as the host sees it."""
+        _, (pidfd,) = self.request(**plan)
+        self.pid = _host_pid(pidfd)
+        os.close(pidfd)
+
+    def close(self):
+        self._channel.close()
+
+    def socket(self, kind=socket.SOCK_STREAM, family=socket.AF_INET, protocol=0):
+        """An ordinary socket that lives in this place's network."""
+        _, (descriptor,) = self.request(do="socket", family=family, kind=int(kind), protocol=protocol)
+        return socket.socket(family, kind, protocol, fileno=descriptor)
+
+    def popen(self, argv, *, stdin=subprocess.DEVNULL, stdout=None, stderr=None, env=None, cwd="/"):
+        """Starts a program; the streams are as for subprocess.Popen, env adds to a plain environment."""
+        streams = _Streams(stdin, stdout, stderr)
+        try:
+            reply, (pidfd,) = self.request(
+                streams.given, do="start", argv=[os.fspath(word) for word in argv],
+                env={**DEFAULT_ENVIRONMENT, **(env or {})}, cwd=cwd)
+        finally:
+            streams.close_given()
+        return Process(self, argv, reply["process"], pidfd, streams.kept)
+
+    def run(self, argv, *, timeout=60, check=False, **options):
+        """Runs a program to its end; returns a subprocess.CompletedProcess with its output as text."""
+        with tempfile.TemporaryFile() as output, tempfile.TemporaryFile() as errors:
+            process = self.popen(argv, stdout=output, stderr=errors, **options)
+            status = process.wait(timeout)
+            texts = []
+            for file in (output, errors):
+                file.seek(0)
+                texts.append(file.read().decode(errors="replace"))
+        result = subprocess.CompletedProcess(argv, status, *texts)
+        if check:
+            result.check_returncode()
+        return result
+
+
+class _Streams:
+    """The three standard descriptors for a program, and our own ends of its pipes."""
+
+    def __init__(self, *wanted):
+        self.given, self.kept, self._ours = [], [], []
+        for number, stream in enumerate(wanted):
+            given, kept = self._open(number, stream)
+            self.given.append(given)
+            self.kept.append(kept)
+
+    def _open(self, number, stream):
+        if stream is None:
+            return number, None
+        if stream == subprocess.STDOUT:
+            return self.given[1], None
+        if stream == subprocess.DEVNULL:
+            self._ours.append(os.open(os.devnull, os.O_RDWR | os.O_CLOEXEC))
+            return self._ours[-1], None
+        if stream == subprocess.PIPE:
+            read_end, write_end = os.pipe()
+            given, kept, mode = (read_end, write_end, "wb") if number == 0 else (write_end, read_end, "rb")
+            self._ours.append(given)
+            return given, open(kept, mode, buffering=0)
+        return stream if isinstance(stream, int) else stream.fileno(), None
+
+    def close_given(self):
+        messages.close_all(self._ours)
+
+
+class Process:
+    """A program in the sandbox; pid is its number as the host sees it."""
+
+    def __init__(self, namespace, argv, inner_pid, pidfd, streams):
+        self.argv = argv
+        self.inner_pid = inner_pid
+        self.returncode = None
+        self.stdin, self.stdout, self.stderr = streams
+        self._namespace = namespace
+        self._pidfd = pidfd
+        self.pid = _host_pid(pidfd)
+
+    def __del__(self):
+        os.close(self._pidfd)
+
+    def alive(self):
+        return self.poll() is None
+
+    def poll(self):
+        """The exit status, or None while the program runs; minus the signal's number when killed."""
+        if self.returncode is None and select.select([self._pidfd], [], [], 0)[0]:
+            self.returncode = self._namespace.request(do="status", process=self.inner_pid)[0]["status"]
+        return self.returncode
+
+    def wait(self, timeout=60):
+        """Waits for the end and returns the exit status; subprocess.TimeoutExpired when it does not come."""
+        if self.returncode is None and not select.select([self._pidfd], [], [], timeout)[0]:
+            raise subprocess.TimeoutExpired(self.argv, timeout)
+        return self.poll()
+
+    def send_signal(self, number):
+        if self.alive():
+            signal.pidfd_send_signal(self._pidfd, number)
+
+    def terminate(self, number=signal.SIGTERM):
+        self.send_signal(number)
+
+    def kill(self):
+        self.send_signal(signal.SIGKILL)
+
+    def cpu_seconds(self):
+        """Processor time used so far, user and system, of all threads."""
+        with open(f"/proc/{self.pid}/stat") as file:
+            fields = file.read().rpartition(")")[2].split()
+        return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+
+    def rss_kib(self):
+        with open(f"/proc/{self.pid}/statm") as file:
+            return int(file.read().split()[1]) * os.sysconf("SC_PAGE_SIZE") // 1024
+
+    def fd_count(self):
+        return len(os.listdir(f"/proc/{self.pid}/fd"))
+
+    def thread_count(self):
+        return len(os.listdir(f"/proc/{self.pid}/task"))
+
+
+def _host_pid(pidfd):
+    with open(f"/proc/self/fdinfo/{pidfd}") as file:
+        for line in file:
+            if line.startswith("Pid:"):
+                return int(line.split()[1])
+    raise SandboxError("the kernel does not tell the process's number")
