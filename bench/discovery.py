@@ -17,14 +17,14 @@ import time
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(ROOT / "tools"))
 
-from quendal_tools.protocol.discovery import Answered, Discovery  # noqa: E402
+from quendal_tools.protocol.discovery import Discovery, Replied  # noqa: E402
 from quendal_tools.sandbox.board import Board  # noqa: E402
 from quendal_tools.sandbox.fleet import Fleet  # noqa: E402
 
-# A display answers once in 6 whole seconds, and the first time 6 seconds after its start.
-SECONDS_BETWEEN_ANSWERS = 6.1
-SECONDS_FOR_ANSWERS = 4
-# Until its first datagram a display listens in every other second only, so its first answer can be a second
+# A display replies once in 6 whole seconds, and the first time 6 seconds after its start.
+SECONDS_BETWEEN_REPLIES = 6.1
+SECONDS_FOR_REPLIES = 4
+# Until its first datagram a display listens in every other second only, so its first reply can be a second
 # late; spread over two seconds, first requests meet both. A later one is late when it meets the second that a
 # display pauses before each heartbeat.
 BOARDS_IN_TURN = 20
@@ -33,16 +33,16 @@ MEMORY = "/dev/shm"
 READY = "mc thread resume!"
 
 
-def answers(pc, seconds, wanted):
-    """One wildcard request: the time of each display's first answer, by its address, in milliseconds.
+def replies(pc, seconds, wanted):
+    """One wildcard request: the time of each display's first reply, by its address, in milliseconds.
 
-    Ends at once when as many displays as wanted have answered.
+    Ends at once when as many displays as wanted have replied.
     """
     times = {}
     with Discovery(make_socket=pc.socket) as discovery:
         discovery.ask()
         for event in discovery.events(seconds):
-            if isinstance(event, Answered):
+            if isinstance(event, Replied):
                 times.setdefault(event.source, event.seconds * 1000)
             if len(times) == wanted:
                 break
@@ -58,9 +58,9 @@ def many_boards(binary, count, rounds, idle_seconds):
         print(f"{count} boards on one bridge, listening after {time.monotonic() - begin:.1f} s")
         at_rest(services, idle_seconds)
         for number in range(1, rounds + 1):
-            time.sleep(SECONDS_BETWEEN_ANSWERS)
-            times = answers(fleet.pc, SECONDS_FOR_ANSWERS, count).values()
-            print(f"wildcard request {number}: {len(times)} of {count} answered, {summary(times)}")
+            time.sleep(SECONDS_BETWEEN_REPLIES)
+            times = replies(fleet.pc, SECONDS_FOR_REPLIES, count).values()
+            print(f"wildcard request {number}: {len(times)} of {count} replied, {summary(times)}")
 
 
 def at_rest(services, seconds):
@@ -80,7 +80,7 @@ def proportional_kib(pid):
 
 
 def one_board(binary, boards, rounds):
-    """Boards with a network of their own each, asked one after the other: none has to share its answer's time."""
+    """Boards with a network of their own each, asked one after the other: none has to share its reply's time."""
     with contextlib.ExitStack() as stack:
         places = [stack.enter_context(Board(base_dir=MEMORY)) for _ in range(boards)]
         for service in [board.start_service(binary) for board in places]:
@@ -89,8 +89,8 @@ def one_board(binary, boards, rounds):
         for number in range(rounds):
             times = []
             for board in places:
-                time.sleep(max(0, asked_at[board] + SECONDS_BETWEEN_ANSWERS - time.monotonic()))
-                times += answers(board.pc, SECONDS_FOR_ANSWERS, 1).values()
+                time.sleep(max(0, asked_at[board] + SECONDS_BETWEEN_REPLIES - time.monotonic()))
+                times += replies(board.pc, SECONDS_FOR_REPLIES, 1).values()
                 asked_at[board] = time.monotonic()
                 time.sleep(SECONDS_APART)
             yield number, times
@@ -100,10 +100,10 @@ def tell_one_board(binary, boards, rounds):
     later = []
     for number, times in one_board(binary, boards, rounds):
         if number == 0:
-            print(f"one board, its first request: {len(times)} of {boards} answered, {summary(times)}")
+            print(f"one board, its first request: {len(times)} of {boards} replied, {summary(times)}")
         else:
             later += times
-    print(f"one board, later requests: {len(later)} of {boards * (rounds - 1)} answered, {summary(later)}")
+    print(f"one board, later requests: {len(later)} of {boards * (rounds - 1)} replied, {summary(later)}")
 
 
 def summary(times):

@@ -16,7 +16,7 @@ local RECEIVE_BUFFER = 1000 -- of the display, for a datagram
 local MOST_AWAITED = 0x0ffffffd -- what is more has other meanings to Wireshark
 local DESCRIPTOR_NAME = "KV_ALIVE_DESC.spt"
 
-local COMMANDS = { [0] = "plain status", [0x0101] = "alive request", [0x0102] = "alive answer" }
+local COMMANDS = { [0] = "plain status", [0x0101] = "alive request", [0x0102] = "alive reply" }
 local HEARTBEAT_KIND = 2
 
 local lcdpacket = Proto("lcdpacket", "Lift display transfer packet")

@@ -52,18 +52,18 @@ WORDS = ("0x01020304", "0xa0b0c0d0")
 
 
 def test_request_on_multicast_is_told_in_all_its_fields(session):
-    server = multicast.server_entry(session.ports["answer"])
+    server = multicast.server_entry(session.ports["reply"])
 
     assert packets(session.capture, "udp && lcdpacket.word_a == 0x01020304") == [packet_fields(
         words=WORDS, status=address_fields(3, 0, 1, "0x0101"), file=file_fields("alive_cfg.ini", server))]
 
 
-def test_displays_answer_over_tcp_is_found_by_its_signature_and_told_with_its_descriptor(session):
-    assert packets(session.capture, f"lcdpacket && tcp.port == {session.ports['answer']}") == [packet_fields(
+def test_displays_reply_over_tcp_is_found_by_its_signature_and_told_with_its_descriptor(session):
+    assert packets(session.capture, f"lcdpacket && tcp.port == {session.ports['reply']}") == [packet_fields(
         words=WORDS, status=address_fields(3, 0, 1, "0x0102"), file=descriptor_fields(session.board))]
 
 
-def test_answer_on_multicast_is_told_like_the_one_over_tcp(session):
+def test_reply_on_multicast_is_told_like_the_one_over_tcp(session):
     assert packets(session.capture, "udp && lcdpacket.command == 0x0102") == [packet_fields(
         words=("0x00000001", "0x00000002"), status=address_fields(0, 0, 0, "0x0102"),
         file=descriptor_fields(session.board))]
@@ -124,7 +124,7 @@ def test_what_follows_a_malformed_packet_is_no_packet(session):
 def test_datagrams_that_the_display_complains_about_or_that_are_cut_short_are_marked(session):
     sent = {**{f"{name}, reported": case for name, case in REPORTED.items()}, **TAKEN}
     from_transmitter = f"udp && ip.src == {session.board.pc.address} && lcdpacket"
-    # Before these go the request and the answer; behind them the transmitter's farewell.
+    # Before these go the request and the reply; behind them the transmitter's farewell.
     told = marks(session.capture, f"{from_transmitter} && !(lcdpacket.word_a == {NOTICED_WORD})")[2:-1]
 
     assert dict(zip(sent, told, strict=True)) == {name: reason for name, (_, reason) in sent.items()}
@@ -146,7 +146,7 @@ def test_second_look_at_the_frames_tells_the_same(session):
 
 def test_packets_on_other_ports_are_found_by_their_signature(session):
     elsewhere = ["-o", "lcdpacket.tcp_port:50201", "-o", "lcdpacket.udp_port:50101"]
-    right = (f"lcdpacket && (tcp.port == {session.ports['transfer']} || tcp.port == {session.ports['answer']} || "
+    right = (f"lcdpacket && (tcp.port == {session.ports['transfer']} || tcp.port == {session.ports['reply']} || "
              f"udp && ip.src == {session.board.address})")
     assert len(packets(session.capture, right)) > 6
 

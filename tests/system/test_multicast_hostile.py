@@ -44,7 +44,7 @@ def test_length_that_leaves_the_buffer_is_reported_and_the_datagram_goes_no_furt
         assert display.service.stderr_text()[mark:end] == multicast.FORMAT_ERROR, value
     assert not transmitter.has_connection(within=1.5)
     multicast.assert_no_temporary_files(display.board)
-    multicast.assert_answers(display, transmitter)
+    multicast.assert_replies(display, transmitter)
 
 
 def test_name_length_that_leaves_the_buffer_is_reported_and_the_datagram_goes_no_further(display, transmitter):
@@ -54,14 +54,14 @@ def test_name_length_that_leaves_the_buffer_is_reported_and_the_datagram_goes_no
         transmitter.send(good[:44] + struct.pack("<H", length) + good[46:])
         display.service.wait_for(multicast.FORMAT_ERROR, after=mark)
     assert not transmitter.has_connection(within=1.5)
-    multicast.assert_answers(display, transmitter)
+    multicast.assert_replies(display, transmitter)
 
 
 def test_datagrams_of_no_bytes_one_byte_and_more_than_the_buffer_do_no_harm(display, transmitter):
     for datagram in (b"", b"\x14", bytes(1400), b"\xff" * 1000):
         transmitter.send(datagram)
 
-    multicast.assert_answers(display, transmitter)
+    multicast.assert_replies(display, transmitter)
 
 
 def test_truncated_request_is_handled_with_what_the_buffer_holds(display, transmitter):
@@ -71,7 +71,7 @@ def test_truncated_request_is_handled_with_what_the_buffer_holds(display, transm
 
     transmitter.send(whole[:40])
 
-    assert transmitter.take_answer()[0] == multicast.answer_bytes(display.board)
+    assert transmitter.take_reply()[0] == multicast.reply_bytes(display.board)
 
 
 def test_file_that_asks_for_endless_memory_is_refused(display, transmitter):
@@ -83,7 +83,7 @@ def test_file_that_asks_for_endless_memory_is_refused(display, transmitter):
 
     display.service.wait_for(multicast.FILE_NOT_TAKEN + "Bad data format: more than 8 references", after=mark)
     transmitter.send(packet.status_packet())
-    multicast.assert_answers(display, transmitter)
+    multicast.assert_replies(display, transmitter)
 
 
 class ErrorTail:
@@ -143,7 +143,7 @@ def mutations(generator, port):
 
 
 @pytest.mark.long(120)
-def test_after_100_000_mutated_datagrams_a_good_request_is_answered(display, transmitter):
+def test_after_100_000_mutated_datagrams_a_good_request_gets_its_reply(display, transmitter):
     """Sent in batches that the receive buffer holds, each followed by one with a signature of its own: the
     service's report of it says that all before it have been handled."""
     source = mutations(random.Random(20240517), transmitter.port)
@@ -158,7 +158,7 @@ def test_after_100_000_mutated_datagrams_a_good_request_is_answered(display, tra
     assert lost_datagrams(display.board) == [0]
     descriptors = display.service.fd_count()
 
-    multicast.assert_answers(display, transmitter)
+    multicast.assert_replies(display, transmitter)
 
     multicast.assert_no_temporary_files(display.board)
     assert display.service.fd_count() <= descriptors

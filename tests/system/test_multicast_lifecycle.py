@@ -36,12 +36,12 @@ def test_link_up_opens_the_socket_loss_closes_it_and_return_opens_it_again(make_
     multicast.await_resumed(rig, mark)
     assert multicast.own_text(rig) == multicast.OPENED + multicast.PAUSED + multicast.OPENED
     with Transmitter(rig.board.pc) as transmitter:
-        multicast.assert_answers(rig, transmitter)
+        multicast.assert_replies(rig, transmitter)
     assert rig.service.fd_count() <= descriptors + 6  # the listener, the reactor's and this socket
 
 
 @pytest.mark.long(40)
-def test_loss_in_the_middle_of_a_stalled_answer_and_return(make_rig):
+def test_loss_in_the_middle_of_a_stalled_reply_and_return(make_rig):
     rig = make_rig()
     multicast.await_resumed_and_due(rig)
     with Transmitter(rig.board.pc) as transmitter:
@@ -52,7 +52,7 @@ def test_loss_in_the_middle_of_a_stalled_answer_and_return(make_rig):
         rig.board.cable(True)
         multicast.await_resumed(rig, mark)
         with Transmitter(rig.board.pc) as other:
-            multicast.assert_answers(rig, other)
+            multicast.assert_replies(rig, other)
 
 
 def test_stop_while_receiving_ends_the_task_in_a_few_seconds_with_these_words(make_rig):
@@ -114,13 +114,13 @@ def test_start_in_a_qualifying_hour_relaunches_once_right_after_the_first_receiv
         assert rig.service.stderr_text().endswith(relaunch + multicast.PAUSED + multicast.OPENED)
         assert rig.service.stderr_text().count("relauching") == 1
     with Transmitter(rig.board.pc) as transmitter:
-        multicast.assert_answers(rig, transmitter)
+        multicast.assert_replies(rig, transmitter)
 
 
 def test_factor_zero_relaunches_in_hour_zero_only_and_does_not_end_the_service(make_rig):
     rig = make_rig(ini={"mcRstHrFactor": 0})
     multicast.await_resumed(rig)
     with Transmitter(rig.board.pc) as transmitter:
-        multicast.assert_answers(rig, transmitter)
+        multicast.assert_replies(rig, transmitter)
 
     assert "relauching" not in rig.service.stderr_text() or time.gmtime().tm_hour == 0

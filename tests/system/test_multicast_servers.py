@@ -18,7 +18,7 @@ def closed_port(pc):
         return probe.getsockname()[1]
 
 
-def test_port_where_nobody_listens_costs_nothing_and_the_next_request_is_answered_at_once(display, transmitter):
+def test_port_where_nobody_listens_costs_nothing_and_the_next_request_gets_its_reply_at_once(display, transmitter):
     mark = display.service.mark()
     port = closed_port(transmitter.pc)
 
@@ -26,12 +26,12 @@ def test_port_where_nobody_listens_costs_nothing_and_the_next_request_is_answere
     transmitter.ask(words=(5, 6))
 
     began = time.monotonic()
-    assert transmitter.take_answer()[0] == multicast.answer_bytes(display.board, words=(5, 6))
-    assert time.monotonic() - began < multicast.ANSWER_INTERVAL
+    assert transmitter.take_reply()[0] == multicast.reply_bytes(display.board, words=(5, 6))
+    assert time.monotonic() - began < multicast.REPLY_INTERVAL
     assert multicast.text_since(display, mark) == ""
 
 
-def test_server_that_appears_later_gets_its_answer_without_another_request(display, transmitter):
+def test_server_that_appears_later_gets_its_reply_without_another_request(display, transmitter):
     port = closed_port(transmitter.pc)
     transmitter.ask(port=port)
 
@@ -39,10 +39,10 @@ def test_server_that_appears_later_gets_its_answer_without_another_request(displ
         late.bind((transmitter.pc.address, port))
         late.listen()
         transmitter.listener, old = late, transmitter.listener
-        answer = transmitter.take_answer(timeout=5)
+        reply = transmitter.take_reply(timeout=5)
         transmitter.listener = old
 
-    assert answer[0] == multicast.answer_bytes(display.board)
+    assert reply[0] == multicast.reply_bytes(display.board)
 
 
 @pytest.mark.long(30)
@@ -54,7 +54,7 @@ def test_server_that_does_not_answer_holds_the_display_for_five_seconds_and_no_l
         began = time.monotonic()
         transmitter.ask(words=(7, 8))
 
-        assert transmitter.take_answer()[0] == multicast.answer_bytes(display.board, words=(7, 8))
+        assert transmitter.take_reply()[0] == multicast.reply_bytes(display.board, words=(7, 8))
 
         assert CONNECT_SECONDS - 1 <= time.monotonic() - began < CONNECT_SECONDS + 4
 
@@ -84,7 +84,7 @@ def test_server_name_that_nobody_resolves_holds_the_display_for_five_seconds_and
         began = time.monotonic()
         transmitter.ask(words=(9, 9))
 
-        assert transmitter.take_answer()[0] == multicast.answer_bytes(display.board, words=(9, 9))
+        assert transmitter.take_reply()[0] == multicast.reply_bytes(display.board, words=(9, 9))
 
         assert CONNECT_SECONDS - 1 <= time.monotonic() - began < CONNECT_SECONDS + 4
 
@@ -96,7 +96,7 @@ def test_server_may_be_given_by_a_name(display, transmitter):
 
     transmitter.send(multicast.request_packet(content=entry))
 
-    assert transmitter.take_answer()[0] == multicast.answer_bytes(display.board)
+    assert transmitter.take_reply()[0] == multicast.reply_bytes(display.board)
 
 
 @pytest.mark.long(40)
@@ -105,21 +105,21 @@ def test_server_that_accepts_and_never_reads_delays_nothing(display, transmitter
     connection, _ = transmitter.listener.accept()
     transmitter.send(packet.status_packet())
     with connection:
-        time.sleep(multicast.ANSWER_INTERVAL + 0.2)
+        time.sleep(multicast.REPLY_INTERVAL + 0.2)
         with Transmitter(display.board.pc) as other:
             other.ask(words=(2, 2))
-            assert other.take_answer()[0] == multicast.answer_bytes(display.board, words=(2, 2))
+            assert other.take_reply()[0] == multicast.reply_bytes(display.board, words=(2, 2))
         connection.settimeout(5)
         with connection.makefile("rb") as stream:
-            assert stream.read() == multicast.answer_bytes(display.board, words=(1, 1))
+            assert stream.read() == multicast.reply_bytes(display.board, words=(1, 1))
 
 
 @pytest.mark.long(40)
-def test_each_answer_has_a_connection_of_its_own_and_leaves_no_descriptor_open(display, transmitter):
+def test_each_reply_has_a_connection_of_its_own_and_leaves_no_descriptor_open(display, transmitter):
     before = display.service.fd_count()
     for _ in range(3):
         transmitter.ask()
-        transmitter.take_answer()
-        time.sleep(multicast.ANSWER_INTERVAL)
+        transmitter.take_reply()
+        time.sleep(multicast.REPLY_INTERVAL)
 
     wait_until(lambda: display.service.fd_count() <= before, 10, "the descriptors' end")

@@ -2,7 +2,7 @@
 
 import socket
 
-from alive_packets import DESCRIPTOR, HEARTBEAT, answer
+from alive_packets import DESCRIPTOR, HEARTBEAT, reply
 from quendal_tools.protocol import packet
 
 GROUP = "239.255.77.99"
@@ -10,7 +10,7 @@ LOOPBACK = "127.0.0.1"
 
 
 class PlayedDisplay:
-    """Hears the group and answers as it is told."""
+    """Hears the group and replies as it is told."""
 
     def __init__(self, port):
         self.group = (GROUP, port)
@@ -37,6 +37,6 @@ class PlayedDisplay:
             connection.sendall(data)
 
 
-def answer_to(request, descriptor=DESCRIPTOR):
+def reply_to(request, descriptor=DESCRIPTOR):
     words = {name: request.header[name] for name in ("request_word_a", "request_word_b")}
-    return answer(descriptor, header=words)
+    return reply(descriptor, header=words)

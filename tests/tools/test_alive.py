@@ -5,7 +5,7 @@ import configparser
 import pytest
 from hypothesis import given, strategies
 
-from alive_packets import DESCRIPTOR, HEARTBEAT, answer
+from alive_packets import DESCRIPTOR, HEARTBEAT, reply
 from quendal_tools.protocol import alive, packet
 
 
@@ -14,10 +14,10 @@ def with_line(old, new):
     return DESCRIPTOR.replace(old, new)
 
 
-def test_an_answer_gives_the_request_words_and_who_the_display_is():
-    parsed = alive.parse_answer(answer())
+def test_a_reply_gives_the_request_words_and_who_the_display_is():
+    parsed = alive.parse_reply(reply())
 
-    assert parsed == alive.Answer((7, 8), alive.Descriptor(1, 2, 3, "192.168.0.20", "00:11:22:33:44:55"))
+    assert parsed == alive.Reply((7, 8), alive.Descriptor(1, 2, 3, "192.168.0.20", "00:11:22:33:44:55"))
 
 
 def test_a_display_that_cannot_read_its_hardware_address_is_found_all_the_same():
@@ -43,44 +43,44 @@ def test_a_display_that_cannot_read_its_hardware_address_is_found_all_the_same()
     pytest.param(b"groupID=1", b"groupID=%(unitID)s", id="an expansion"),
 ])
 def test_a_descriptor_that_makes_no_sense_is_refused(old, new):
-    with pytest.raises(alive.BadAnswer, match="a descriptor that makes no sense"):
+    with pytest.raises(alive.BadReply, match="a descriptor that makes no sense"):
         alive.parse_descriptor(with_line(old, new))
 
 
 @pytest.mark.parametrize(("data", "reason"), [
     (b"", "not one whole packet"),
-    (answer()[:-1], "not one whole packet"),
-    (answer() + b"\0", "not one whole packet"),
-    (answer() * 2, "not one whole packet"),
+    (reply()[:-1], "not one whole packet"),
+    (reply() + b"\0", "not one whole packet"),
+    (reply() * 2, "not one whole packet"),
     (b"\xff" * 60, "not one whole packet"),
-    (answer(header={"signature": 1}), "a wrong signature"),
-    (packet.status_packet(packet.ALIVE_REPLY), "not an alive answer"),
-    (answer(command=packet.ALIVE_REQUEST), "not an alive answer"),
-    (answer(name=b"KV_ALIVE_DESC.sp"), "a file other than the descriptor"),
+    (reply(header={"signature": 1}), "a wrong signature"),
+    (packet.status_packet(packet.ALIVE_REPLY), "not an alive reply"),
+    (reply(command=packet.ALIVE_REQUEST), "not an alive reply"),
+    (reply(name=b"KV_ALIVE_DESC.sp"), "a file other than the descriptor"),
 ])
-def test_what_is_no_answer_is_refused_with_the_reason(data, reason):
-    with pytest.raises(alive.BadAnswer) as refusal:
-        alive.parse_answer(data)
+def test_what_is_no_reply_is_refused_with_the_reason(data, reason):
+    with pytest.raises(alive.BadReply) as refusal:
+        alive.parse_reply(data)
 
     assert str(refusal.value) == reason
 
 
 @given(strategies.binary(max_size=300))
 def test_no_bytes_make_the_parsers_fail_otherwise(data):
-    for parse in (alive.parse_answer, alive.parse_descriptor):
-        with pytest.raises(alive.BadAnswer):
+    for parse in (alive.parse_reply, alive.parse_descriptor):
+        with pytest.raises(alive.BadReply):
             parse(data)
     assert not alive.is_heartbeat(data)
 
 
-@given(strategies.integers(0, len(answer()) - 1), strategies.integers(0, 255))
+@given(strategies.integers(0, len(reply()) - 1), strategies.integers(0, 255))
 def test_a_changed_byte_never_makes_the_parser_fail_otherwise(position, value):
-    changed = bytearray(answer())
+    changed = bytearray(reply())
     changed[position] = value
 
     try:
-        alive.parse_answer(bytes(changed))
-    except alive.BadAnswer:
+        alive.parse_reply(bytes(changed))
+    except alive.BadReply:
         pass
 
 
@@ -118,4 +118,4 @@ def test_only_the_periodic_status_is_a_heartbeat():
     assert not alive.is_heartbeat(HEARTBEAT[:-1])
     assert not alive.is_heartbeat(packet.status_packet())
     assert not alive.is_heartbeat(packet.status_packet(packet.ALIVE_REQUEST))
-    assert not alive.is_heartbeat(answer())
+    assert not alive.is_heartbeat(reply())

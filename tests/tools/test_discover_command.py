@@ -8,7 +8,7 @@ import sys
 
 import pytest
 
-from played_display import GROUP, answer_to
+from played_display import GROUP, reply_to
 
 TRANSMITTER = pathlib.Path(__file__).resolve().parents[2] / "tools/transmitter"
 
@@ -30,38 +30,38 @@ def _start(port):
         process.communicate()
 
 
-def test_answers_come_as_a_table_and_a_sentence(start, display):
+def test_replies_come_as_a_table_and_a_sentence(start, display):
     process = start("--seconds", "1.5", "--every", "9")
     request = display.hear()
-    display.send(request, answer_to(request))
+    display.send(request, reply_to(request))
 
     output, errors = process.communicate(timeout=20)
     assert (process.returncode, errors) == (0, "")
     row = next(line for line in output.splitlines() if "192.168.0.20" in line)
     assert "192.168.0.20 (from 127.0.0.1) │ 00:11:22:33:44:55 │" in row
-    assert output.splitlines()[-1].startswith("1 display answered, the last after ")
+    assert output.splitlines()[-1].startswith("1 display replied, the last after ")
 
 
 def test_events_come_as_one_json_object_a_line(start, display):
     process = start("--watch", "--json", "--every", "60")
     request = display.hear()
     display.send(request, b"")
-    display.send(request, answer_to(request))
+    display.send(request, reply_to(request))
     display.heartbeat()
 
     events = [json.loads(process.stdout.readline()) for _ in range(3)]
-    assert sorted(event["event"] for event in events) == ["answered", "heartbeat", "refused"]
-    answered = next(event for event in events if event["event"] == "answered")
-    assert 0 < answered.pop("milliseconds") < 20000
-    assert answered == {"event": "answered", "source": "127.0.0.1", "group": 1, "column": 2, "unit": 3,
-                        "address": "192.168.0.20", "hardware_address": "00:11:22:33:44:55"}
+    assert sorted(event["event"] for event in events) == ["heartbeat", "refused", "replied"]
+    replied = next(event for event in events if event["event"] == "replied")
+    assert 0 < replied.pop("milliseconds") < 20000
+    assert replied == {"event": "replied", "source": "127.0.0.1", "group": 1, "column": 2, "unit": 3,
+                       "address": "192.168.0.20", "hardware_address": "00:11:22:33:44:55"}
 
 
 @pytest.mark.parametrize("how", [signal.SIGINT, signal.SIGTERM])
 def test_a_watch_that_is_interrupted_shows_what_it_has_found(start, display, how):
     process = start("--watch", "--every", "0.2")
     request = display.hear()
-    display.send(request, answer_to(request))
+    display.send(request, reply_to(request))
     display.hear()
     display.hear()
     process.send_signal(how)
@@ -69,15 +69,15 @@ def test_a_watch_that_is_interrupted_shows_what_it_has_found(start, display, how
     output, errors = process.communicate(timeout=20)
     assert (process.returncode, errors) == (0, "")
     assert "heartbeats" in output
-    assert output.splitlines()[-1].startswith("1 display answered")
+    assert output.splitlines()[-1].startswith("1 display replied")
 
 
-def test_no_answer_is_status_1(start):
+def test_no_reply_is_status_1(start):
     process = start("--seconds", "0.2")
 
     output, errors = process.communicate(timeout=20)
     assert (process.returncode, errors) == (1, "")
-    assert output.splitlines()[-1] == "No display has answered."
+    assert output.splitlines()[-1] == "No display has replied."
 
 
 def test_an_address_that_is_no_group_is_said_to_be_wrong():

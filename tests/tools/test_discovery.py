@@ -5,10 +5,10 @@ import time
 
 import pytest
 
-from alive_packets import HEARTBEAT, answer
-from played_display import GROUP, LOOPBACK, answer_to
+from alive_packets import HEARTBEAT, reply
+from played_display import GROUP, LOOPBACK, reply_to
 from quendal_tools.protocol import packet
-from quendal_tools.protocol.discovery import Answered, Discovery, Heartbeat, Refused
+from quendal_tools.protocol.discovery import Discovery, Heartbeat, Refused, Replied
 
 
 @pytest.fixture(name="discovery")
@@ -21,49 +21,49 @@ def first_event(discovery):
     return next(discovery.events(5))
 
 
-def test_an_answer_is_told_with_its_time(discovery, display):
+def test_a_reply_is_told_with_its_time(discovery, display):
     discovery.ask(group=1)
     request = display.hear()
-    display.send(request, answer_to(request))
+    display.send(request, reply_to(request))
 
     event = first_event(discovery)
-    assert isinstance(event, Answered)
+    assert isinstance(event, Replied)
     assert event.source == LOOPBACK
     assert (event.descriptor.group, event.descriptor.column, event.descriptor.unit) == (1, 2, 3)
     assert 0 < event.seconds < 5
 
 
-def test_the_time_counts_from_the_request_that_was_answered(discovery, display):
+def test_the_time_counts_from_the_request_that_the_reply_is_to(discovery, display):
     discovery.ask()
     first = display.hear()
     discovery.ask()
     second = display.hear()
-    display.send(second, answer_to(second))
-    display.send(first, answer_to(first))
+    display.send(second, reply_to(second))
+    display.send(first, reply_to(first))
 
     by_second, by_first = first_event(discovery), first_event(discovery)
     assert by_first.seconds > by_second.seconds
 
 
-def test_an_answer_in_pieces_is_put_together(discovery, display):
+def test_a_reply_in_pieces_is_put_together(discovery, display):
     discovery.ask()
     request = display.hear()
-    data = answer_to(request)
+    data = reply_to(request)
     with display.connect(request) as connection:
         connection.sendall(data[:30])
         assert list(discovery.events(0.1)) == []
         connection.sendall(data[30:])
 
-    assert isinstance(first_event(discovery), Answered)
+    assert isinstance(first_event(discovery), Replied)
 
 
 @pytest.mark.parametrize(("data", "reason"), [
     (lambda request: b"", "not one whole packet"),
-    (lambda request: bytes(4097), "an answer that is too long"),
-    (lambda request: answer(), "an answer to another request"),
-    (lambda request: answer_to(request, b"[Alive]"), "a descriptor that makes no sense"),
+    (lambda request: bytes(4097), "a reply that is too long"),
+    (lambda request: reply(), "a reply to another request"),
+    (lambda request: reply_to(request, b"[Alive]"), "a descriptor that makes no sense"),
 ])
-def test_what_is_no_answer_is_told_as_refused(discovery, display, data, reason):
+def test_what_is_no_reply_is_told_as_refused(discovery, display, data, reason):
     discovery.ask()
     request = display.hear()
     display.send(request, data(request))

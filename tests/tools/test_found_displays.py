@@ -2,22 +2,22 @@
 
 from quendal_tools.commands.found_displays import FoundDisplays
 from quendal_tools.protocol.alive import Descriptor
-from quendal_tools.protocol.discovery import Answered, Heartbeat
+from quendal_tools.protocol.discovery import Heartbeat, Replied
 
 HARDWARE_ADDRESS = "00:11:22:33:44:55"
 
 
-def answered(source, numbers, seconds=0.5):
-    return Answered(source, Descriptor(*numbers, source, HARDWARE_ADDRESS), seconds)
+def replied(source, numbers, seconds=0.5):
+    return Replied(source, Descriptor(*numbers, source, HARDWARE_ADDRESS), seconds)
 
 
 def test_displays_are_sorted_by_their_numbers_and_those_only_heard_stand_apart():
     found = FoundDisplays()
     for source, numbers in (("192.168.0.20", (1, 10, 3)), ("192.168.0.21", (1, 2, 3)), ("192.168.0.22", (1, 2, 1))):
-        assert found.note(answered(source, numbers))[1]
+        assert found.note(replied(source, numbers))[1]
     found.note(Heartbeat("192.168.0.23"))
 
-    assert [display.source for display in found.answered()] == ["192.168.0.22", "192.168.0.21", "192.168.0.20"]
+    assert [display.source for display in found.replied()] == ["192.168.0.22", "192.168.0.21", "192.168.0.20"]
     assert [display.source for display in found.only_heard()] == ["192.168.0.23"]
     assert found.table(watched=True).row_count == 4
 
@@ -25,15 +25,15 @@ def test_displays_are_sorted_by_their_numbers_and_those_only_heard_stand_apart()
 def test_numbers_that_two_displays_go_by_are_noticed():
     found = FoundDisplays()
     for source, numbers in (("192.168.0.20", (1, 2, 3)), ("192.168.0.21", (1, 2, 3)), ("192.168.0.22", (1, 2, 1))):
-        found.note(answered(source, numbers))
+        found.note(replied(source, numbers))
 
     assert found.shared_numbers() == {(1, 2, 3)}
 
 
-def test_a_later_answer_brings_new_numbers_and_keeps_the_time():
+def test_a_later_reply_brings_new_numbers_and_keeps_the_time():
     found = FoundDisplays()
-    found.note(answered("192.168.0.20", (1, 2, 3), 0.5))
-    entry, first = found.note(answered("192.168.0.20", (9, 9, 9), 6.5))
+    found.note(replied("192.168.0.20", (1, 2, 3), 0.5))
+    entry, first = found.note(replied("192.168.0.20", (9, 9, 9), 6.5))
 
     assert not first
     assert (entry.numbers(), entry.seconds) == ((9, 9, 9), 0.5)
@@ -41,7 +41,7 @@ def test_a_later_answer_brings_new_numbers_and_keeps_the_time():
 
 def test_heartbeats_are_counted_by_where_they_come_from():
     found = FoundDisplays()
-    found.note(answered("192.168.0.20", (1, 2, 3)))
+    found.note(replied("192.168.0.20", (1, 2, 3)))
     for source in ("192.168.0.20", "192.168.0.21", "192.168.0.20"):
         entry, first = found.note(Heartbeat(source))
 

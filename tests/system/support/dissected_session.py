@@ -137,15 +137,15 @@ def send_datagrams(rig, transmitter):
 
 
 def run(rig, capture):
-    """Captures a session of a display that is due to answer; returns what there is to know about it."""
+    """Captures a session of a display that is due to reply; returns what there is to know about it."""
     for place in (rig.board, rig.board.pc):
         dissection.use_ports(place, _OTHER_PORTS)
     session = Session(capture, rig.board, {}, {})
     with dissection.capturing(rig.board.pc, capture), Transmitter(rig.board.pc) as transmitter:
         transmitter.ask(unit=3, group=1, words=(0x01020304, 0xA0B0C0D0))
-        session.ports["answer"] = transmitter.port
-        transmitter.take_answer()
-        transmitter.send(multicast.answer_bytes(rig.board))
+        session.ports["reply"] = transmitter.port
+        transmitter.take_reply()
+        transmitter.send(multicast.reply_bytes(rig.board))
         transfer(rig, session.ports)
         send_refused(rig, session.ports, session.codes)
         send_datagrams(rig, transmitter)

@@ -12,7 +12,7 @@ from quendal_tools.protocol import alive, packet
 
 GROUP, GROUP_PORT = "239.255.77.1", 50100
 HEARTBEAT = bytes.fromhex("14000000 5CC50200 00000000 00000000 E88EA5A5 09000000 02000000 01")
-ANSWER_INTERVAL = 6
+REPLY_INTERVAL = 6
 PATIENCE = 15
 
 _IP_RECVTTL = 12  # which the socket module does not name
@@ -26,8 +26,8 @@ PAUSED = CLOSING + "\nMcTask paused"
 CEASED = "\nMcTask ceased to operate"
 FORMAT_ERROR = "\nError Network packet format detected,disconnecting..."
 SEND_FAILED = ("\nSend_mcLCDpacket w/o file: Exception Met sending 3-elem mcast!\nException Message:Invalid argument")
-# An answer by multicast never leaves: its three failures are what can be seen of it.
-ANSWERED_BY_MULTICAST = SEND_FAILED * 3
+# A reply by multicast never leaves: its three failures are what can be seen of it.
+REPLY_BY_MULTICAST = SEND_FAILED * 3
 FILE_NOT_TAKEN = "\nExcp met handling chk alive file element\nException Message:"
 NOT_RECEIVED = ("\nMcTask: Exception Met during receive/listen!"
                 "\nException Info:Invalid socket: not bound, or not in its group")
@@ -69,10 +69,10 @@ def await_resumed(rig, after=0):
 
 
 def await_resumed_and_due(rig):
-    """Waits until the socket is open and the start is long enough ago for an answer to leave."""
+    """Waits until the socket is open and the start is long enough ago for a reply to leave."""
     await_resumed(rig)
     started = rig.board.run(["stat", "-c", "%Y", f"/proc/{board_pid(rig)}"], check=True).stdout
-    time.sleep(max(0.0, float(started) + ANSWER_INTERVAL + 1.5 - time.time()))
+    time.sleep(max(0.0, float(started) + REPLY_INTERVAL + 1.5 - time.time()))
 
 
 def board_pid(rig):
@@ -98,7 +98,7 @@ def server_entry(port, address="192.168.77.1"):
 
 
 class Transmitter:
-    """Sends to the group and hears what comes to it; its server takes the answers.
+    """Sends to the group and hears what comes to it; its server takes the replies.
 
     Use it as a context manager: at the end it sends a plain status, so that the display's last datagram, which
     it handles again and again, is no request of a transmitter that has gone.
@@ -136,7 +136,7 @@ class Transmitter:
         """Sends a request whose file names this transmitter's server (or another port of it)."""
         self.send(request_packet(content=server_entry(port or self.port, self.pc.address), **fields))
 
-    def take_answer(self, timeout=PATIENCE):
+    def take_reply(self, timeout=PATIENCE):
         """The next connection's bytes until its end, with the address that they came from."""
         self.listener.settimeout(timeout)
         connection, (source, _) = self.listener.accept()
@@ -165,8 +165,8 @@ class Transmitter:
         return data, source, ttl, time.time()
 
 
-def answer_bytes(board, *, words=(1, 2), unit=0, column=0, group=0, signature=packet.SIGNATURE, own=(1, 2, 3)):
-    """The whole answer of a board whose group, column and unit number are own."""
+def reply_bytes(board, *, words=(1, 2), unit=0, column=0, group=0, signature=packet.SIGNATURE, own=(1, 2, 3)):
+    """The whole reply of a board whose group, column and unit number are own."""
     descriptor = (f"\n[Alive]\ngroupID={own[0]}\ncolumnID={own[1]}\nunitID={own[2]}\nipv4Addr={board.address}"
                   f"\nphyAddr={board.hardware_address}\n\n").encode()
     return packet.LcdPacket.build({
@@ -186,13 +186,13 @@ def assert_no_temporary_files(board):
     wait_until(lambda: not temporary_files(board), 5, "the end of the temporary files")
 
 
-def assert_answers(rig, transmitter, timeout=PATIENCE):
-    """A good request is answered; it is asked again, because an answer may have left a moment ago."""
+def assert_replies(rig, transmitter, timeout=PATIENCE):
+    """A good request gets its reply; it is asked again, because a reply may have left a moment ago."""
     words = (time.monotonic_ns() & 0xFFFFFFFF, 77)
-    expected = answer_bytes(rig.board, words=words)
+    expected = reply_bytes(rig.board, words=words)
 
-    def answered():
+    def replied():
         transmitter.ask(words=words)
-        return transmitter.has_connection(within=1) and transmitter.take_answer()[0] == expected
+        return transmitter.has_connection(within=1) and transmitter.take_reply()[0] == expected
 
-    wait_until(answered, timeout, "the answer to this request")
+    wait_until(replied, timeout, "the reply to this request")

@@ -10,14 +10,14 @@ from rich.console import Console
 from rich.live import Live
 
 from quendal_tools.commands.found_displays import FoundDisplays
-from quendal_tools.protocol.discovery import GROUP, PORT, Answered, Discovery, Refused
+from quendal_tools.protocol.discovery import GROUP, PORT, Discovery, Refused, Replied
 
 _DESCRIPTION = """\
-Asks the displays on the network who they are, and shows a table of those that answer.
+Asks the displays on the network who they are, and shows a table of those that reply.
 
-A display answers once in 6 seconds, so one that has just answered somebody else, or has just been started,
-answers to a later request only. Displays with the same numbers are shown in yellow. Ends with status 0 when a
-display has answered, else 1.
+A display replies once in 6 seconds, so one that has just replied to somebody else, or has just been started,
+replies to a later request only. Displays with the same numbers are shown in yellow. Ends with status 0 when a
+display has replied, else 1.
 """
 # Heartbeats need a network on which nobody asks.
 _SECONDS_BETWEEN_ROUNDS = 60
@@ -53,7 +53,7 @@ def add_to(commands):
     discover.add_argument("--interface", metavar="NAME|ADDRESS",
                           help="the interface towards the displays, instead of the routing table's choice")
     discover.add_argument("--server-port", type=_number, default=0, metavar="PORT",
-                          help="TCP port for the answers (any free one)")
+                          help="TCP port for the replies (any free one)")
     discover.add_argument("--ttl", type=_number, default=1, help="routers that a request may pass, plus 1 (1)")
     discover.set_defaults(run=run)
 
@@ -66,7 +66,7 @@ def run(given):
             (_print_json if given.json else _show_table)(_hear(discovery, given), found, given)
     except OSError as error:
         sys.exit(f"transmitter: {given.address} port {given.port}: {error.strerror or error}")
-    return 0 if found.answered() else 1
+    return 0 if found.replied() else 1
 
 
 def _hear(discovery, given):
@@ -90,7 +90,7 @@ def _print_json(events, found, _):
 
 def _plain(event):
     fields = {"event": type(event).__name__.lower(), "source": event.source}
-    if isinstance(event, Answered):
+    if isinstance(event, Replied):
         return {**fields, **vars(event.descriptor), "milliseconds": round(event.seconds * 1000, 3)}
     return {**fields, "reason": event.reason} if isinstance(event, Refused) else fields
 
@@ -110,12 +110,12 @@ def _show_table(events, found, given):
 
 
 def _summary(found):
-    answered = found.answered()
-    if not answered:
-        return "[red]No display has answered.[/red]"
-    worst = max(display.seconds for display in answered)
-    count = "1 display" if len(answered) == 1 else f"{len(answered)} displays"
-    text = f"[bold green]{count} answered[/bold green], the last after {worst * 1000:.0f} ms."
+    replied = found.replied()
+    if not replied:
+        return "[red]No display has replied.[/red]"
+    worst = max(display.seconds for display in replied)
+    count = "1 display" if len(replied) == 1 else f"{len(replied)} displays"
+    text = f"[bold green]{count} replied[/bold green], the last after {worst * 1000:.0f} ms."
     if found.shared_numbers():
         text += " [yellow]Some have the same numbers.[/yellow]"
     return text

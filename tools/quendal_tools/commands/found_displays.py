@@ -8,7 +8,7 @@ from rich.table import Table
 from rich.text import Text
 
 from quendal_tools.protocol.alive import Descriptor
-from quendal_tools.protocol.discovery import Answered
+from quendal_tools.protocol.discovery import Replied
 
 # Heartbeats come every 11 seconds on a quiet network: this display has missed two of them.
 _SILENT_AFTER = 30
@@ -16,7 +16,7 @@ _SILENT_AFTER = 30
 
 @dataclasses.dataclass
 class FoundDisplay:
-    """descriptor is the newest, seconds of the first answer; both None while only heartbeats came."""
+    """descriptor is the newest, seconds of the first reply; both None while only heartbeats came."""
 
     source: str
     descriptor: Descriptor | None = None
@@ -35,10 +35,10 @@ class FoundDisplays:
         self._by_source = {}
 
     def note(self, event):
-        """Takes in an Answered or Heartbeat; returns the entry, and whether it is its first answer."""
+        """Takes in a Replied or Heartbeat; returns the entry, and whether it is its first reply."""
         found = self._by_source.setdefault(event.source, FoundDisplay(event.source))
         found.last_heard = time.monotonic()
-        if not isinstance(event, Answered):
+        if not isinstance(event, Replied):
             found.heartbeats += 1
             return found, False
         first = found.descriptor is None
@@ -47,8 +47,8 @@ class FoundDisplays:
             found.seconds = event.seconds
         return found, first
 
-    def answered(self):
-        """Those that have answered, by group, column and unit."""
+    def replied(self):
+        """Those that have replied, by group, column and unit."""
         return sorted((found for found in self._by_source.values() if found.descriptor), key=FoundDisplay.numbers)
 
     def only_heard(self):
@@ -56,17 +56,17 @@ class FoundDisplays:
 
     def shared_numbers(self):
         """The group, column and unit numbers that more than one display goes by."""
-        counts = collections.Counter(found.numbers() for found in self.answered())
+        counts = collections.Counter(found.numbers() for found in self.replied())
         return {numbers for numbers, count in counts.items() if count > 1}
 
     def table(self, watched=False):
         """The displays as a table; when watched, with their heartbeats."""
-        columns = ["group", "column", "unit", "address", "hardware address", "answered after"]
+        columns = ["group", "column", "unit", "address", "hardware address", "replied after"]
         table = Table(*columns, *(["heartbeats", "last heard"] if watched else []))
         for column in (*table.columns[:3], *table.columns[5:]):
             column.justify = "right"
         shared = self.shared_numbers()
-        for found in self.answered() + self.only_heard():
+        for found in self.replied() + self.only_heard():
             style = "yellow" if found.numbers() in shared else None
             table.add_row(*_cells(found), *(_watch_cells(found) if watched else ()), style=style)
         return table

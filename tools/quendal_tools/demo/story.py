@@ -9,7 +9,7 @@ from quendal_tools.board.layout import TARGET
 from quendal_tools.commands.found_displays import FoundDisplays
 from quendal_tools.commands.progress import transfer_progress
 from quendal_tools.protocol.control_files import LIST_FILE, STOP_MARKER, list_text
-from quendal_tools.protocol.discovery import Answered, Discovery
+from quendal_tools.protocol.discovery import Discovery, Replied
 from quendal_tools.protocol.sending import Transmitter
 from quendal_tools.sandbox.keeping import PORT, clock
 
@@ -20,7 +20,7 @@ _MEANINGS = {
     "RXCOMPLETE": "the transfer is complete",
 }
 _WAKE_UP_TIMEOUT = 15
-_ANSWER_TIMEOUT = 15
+_REPLY_TIMEOUT = 15
 _SECONDS_BETWEEN_REQUESTS = 0.5
 _LAST_LINES = 8
 
@@ -44,19 +44,19 @@ class Story:
     def discover(self):
         """The transmitter finds the board, which has to say the right things about itself."""
         self._console.print("\n[bold]The transmitter asks by multicast which displays are there.[/bold] "
-                            "A display answers from 6 s after its start on.", soft_wrap=True)
+                            "A display replies from 6 s after its start on.", soft_wrap=True)
         found = FoundDisplays()
-        deadline = time.monotonic() + _ANSWER_TIMEOUT
+        deadline = time.monotonic() + _REPLY_TIMEOUT
         with Discovery(make_socket=self._board.pc.socket) as discovery:
-            while not found.answered() and time.monotonic() < deadline:
+            while not found.replied() and time.monotonic() < deadline:
                 discovery.ask()
                 for event in discovery.events(_SECONDS_BETWEEN_REQUESTS):
-                    if isinstance(event, Answered):
+                    if isinstance(event, Replied):
                         found.note(event)
-        if not found.answered():
-            raise Failure(f"No display answered within {_ANSWER_TIMEOUT} s; {self._last_words()}")
+        if not found.replied():
+            raise Failure(f"No display replied within {_REPLY_TIMEOUT} s; {self._last_words()}")
         self._console.print(found.table())
-        who = found.answered()[0].descriptor
+        who = found.replied()[0].descriptor
         if (who.address, who.hardware_address) != (self._board.address, self._board.hardware_address):
             raise Failure(f"The display says that it is {who.address}, {who.hardware_address}, instead of "
                           f"{self._board.address}, {self._board.hardware_address}.")

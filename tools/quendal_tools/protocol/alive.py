@@ -1,4 +1,4 @@
-"""The alive check as bytes: the request, a display's answer with its descriptor, and the heartbeat.
+"""The alive check as bytes: the request, a display's reply with its descriptor, and the heartbeat.
 
 What comes from the network is checked in full before any of it is believed or shown.
 """
@@ -13,8 +13,8 @@ from construct import ConstructError, FocusedSeq, Terminated
 from quendal_tools.protocol import packet
 
 DESCRIPTOR_NAME = "KV_ALIVE_DESC.spt"
-# The display assembles its answer in a buffer of this size.
-MAX_ANSWER = 4096
+# The display assembles its reply in a buffer of this size.
+MAX_REPLY = 4096
 
 _REQUEST_FILE_NAME = "alive_cfgpc.ini"
 _REQUEST_FILE = "[new_alive_cfgpc_info]\nTCPserverPort={port}\nTCPserverIP={address}\n"
@@ -26,8 +26,8 @@ _HEARTBEAT_KIND = 2
 _WholePacket = FocusedSeq("packet", "packet" / packet.LcdPacket, Terminated)
 
 
-class BadAnswer(Exception):
-    """What is wrong with something that should be a display's answer."""
+class BadReply(Exception):
+    """What is wrong with something that should be a display's reply."""
 
 
 @dataclasses.dataclass(frozen=True)
@@ -42,8 +42,8 @@ class Descriptor:
 
 
 @dataclasses.dataclass(frozen=True)
-class Answer:
-    """The request words are those of the request that is answered."""
+class Reply:
+    """The request words are those of the request that this is the reply to."""
 
     words: tuple[int, int]
     descriptor: Descriptor
@@ -53,8 +53,8 @@ def request(display, server, words):
     """The request's datagram.
 
     display  {"group": ..., "column": ..., "unit": ...}, 0 for any
-    server   address and port of the TCP server on which the answers are awaited
-    words    two numbers that the answers bring back
+    server   address and port of the TCP server on which the replies are awaited
+    words    two numbers that the replies bring back
     """
     text = _REQUEST_FILE.format(address=server[0], port=server[1]).encode("ascii")
     return packet.LcdPacket.build({
@@ -73,24 +73,24 @@ def is_heartbeat(datagram):
             and parsed.status.kind == _HEARTBEAT_KIND and parsed.status.command == packet.PLAIN_COMMAND)
 
 
-def parse_answer(data):
-    """All that a display wrote on its connection, as an Answer; BadAnswer says what is wrong with it."""
+def parse_reply(data):
+    """All that a display wrote on its connection, as a Reply; BadReply says what is wrong with it."""
     try:
         parsed = _WholePacket.parse(data)
     except ConstructError:
-        raise BadAnswer("not one whole packet") from None
+        raise BadReply("not one whole packet") from None
     if parsed.header.signature != packet.SIGNATURE:
-        raise BadAnswer("a wrong signature")
+        raise BadReply("a wrong signature")
     if parsed.header.element_count != 3 or parsed.status.command != packet.ALIVE_REPLY:
-        raise BadAnswer("not an alive answer")
+        raise BadReply("not an alive reply")
     if parsed.file.head.name != DESCRIPTOR_NAME.encode("ascii"):
-        raise BadAnswer("a file other than the descriptor")
+        raise BadReply("a file other than the descriptor")
     words = parsed.header.request_word_a, parsed.header.request_word_b
-    return Answer(words, parse_descriptor(parsed.file.data))
+    return Reply(words, parse_descriptor(parsed.file.data))
 
 
 def parse_descriptor(data):
-    """The text that a display describes itself with; BadAnswer when a line of it is missing or makes no sense."""
+    """The text that a display describes itself with; BadReply when a line of it is missing or makes no sense."""
     ini = configparser.ConfigParser(interpolation=None)
     try:
         ini.read_string(data.decode("ascii"))
@@ -99,7 +99,7 @@ def parse_descriptor(data):
             _number(values["groupID"]), _number(values["columnID"]), _number(values["unitID"]),
             str(ipaddress.IPv4Address(values["ipv4Addr"])), _hardware_address(values["phyAddr"]))
     except (UnicodeDecodeError, configparser.Error, KeyError, ValueError):
-        raise BadAnswer("a descriptor that makes no sense") from None
+        raise BadReply("a descriptor that makes no sense") from None
 
 
 def _number(text):

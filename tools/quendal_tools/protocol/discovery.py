@@ -1,4 +1,4 @@
-"""Finding the displays on a network: asks by multicast, takes the answers over TCP, hears the heartbeats.
+"""Finding the displays on a network: asks by multicast, takes the replies over TCP, hears the heartbeats.
 
     with Discovery(make_socket=board.pc.socket) as discovery:
         discovery.ask()
@@ -17,7 +17,7 @@ import struct
 import time
 
 from quendal_tools.protocol import alive, packet
-from quendal_tools.protocol.answer_server import AnswerServer
+from quendal_tools.protocol.reply_server import ReplyServer
 
 GROUP = "239.255.77.1"
 PORT = 50100
@@ -27,8 +27,8 @@ _SIOCGIFADDR = 0x8915
 
 
 @dataclasses.dataclass(frozen=True)
-class Answered:
-    """seconds is the time from the request's datagram to the answer's last byte."""
+class Replied:
+    """seconds is the time from the request's datagram to the reply's last byte."""
 
     source: str
     descriptor: alive.Descriptor
@@ -42,7 +42,7 @@ class Heartbeat:
 
 @dataclasses.dataclass(frozen=True)
 class Refused:
-    """Something came from there that is no answer to this discovery's requests."""
+    """Something came from there that is no reply to this discovery's requests."""
 
     source: str
     reason: str
@@ -56,7 +56,7 @@ class Discovery:
     """Asks and listens between the with statement's start and its end.
 
     interface    name or address of the interface towards the displays; without it the routing table decides
-    server_port  where the answers are awaited; 0 for any free port
+    server_port  where the replies are awaited; 0 for any free port
     make_socket  makes a socket of the given kind, so that another network than this process's can be searched
     """
 
@@ -72,7 +72,7 @@ class Discovery:
             self.address = _address_of(interface, self._datagrams) if interface else self._routed_address(make_socket)
             self._join(ttl)
             self._listener.bind((self.address, server_port))
-            self._server = AnswerServer(self._listener, self._selector)
+            self._server = ReplyServer(self._listener, self._selector)
         except BaseException:
             self._close_sockets()
             raise
@@ -90,7 +90,7 @@ class Discovery:
             self._close_sockets()
 
     def ask(self, group=0, column=0, unit=0):
-        """Asks the displays with these numbers, 0 for any, to answer; a display answers once in 6 seconds."""
+        """Asks the displays with these numbers, 0 for any, to reply; a display replies once in 6 seconds."""
         datagram = alive.request(
             {"group": group, "column": column, "unit": unit}, self._listener.getsockname(),
             (self._session, len(self._asked_at)))
@@ -98,11 +98,11 @@ class Discovery:
         self._datagrams.sendto(datagram, self._group)
 
     def events(self, seconds):
-        """Everything that is heard in that time, as Answered, Heartbeat and Refused."""
+        """Everything that is heard in that time, as Replied, Heartbeat and Refused."""
         end = time.monotonic() + seconds
         waiting = self._waiting
         while waiting or time.monotonic() < end:
-            # Whatever can be read is read first: making sense of one answer must not delay the next one's time.
+            # Whatever can be read is read first: making sense of one reply must not delay the next one's time.
             # What comes behind the end is left alone, or there would be none while somebody floods the group.
             left = end - time.monotonic()
             ready = self._selector.select(0 if waiting else min(left, 1)) if left > 0 else []
@@ -137,13 +137,13 @@ class Discovery:
         if delivery.problem:
             return Refused(delivery.source, delivery.problem)
         try:
-            answer = alive.parse_answer(bytes(delivery.data))
-        except alive.BadAnswer as error:
+            reply = alive.parse_reply(bytes(delivery.data))
+        except alive.BadReply as error:
             return Refused(delivery.source, str(error))
-        session, number = answer.words
+        session, number = reply.words
         if session != self._session or number >= len(self._asked_at):
-            return Refused(delivery.source, "an answer to another request")
-        return Answered(delivery.source, answer.descriptor, delivery.last_byte - self._asked_at[number])
+            return Refused(delivery.source, "a reply to another request")
+        return Replied(delivery.source, reply.descriptor, delivery.last_byte - self._asked_at[number])
 
 
 def _take_datagram(datagrams):

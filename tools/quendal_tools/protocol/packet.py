@@ -32,7 +32,7 @@ Header = Struct(
     "extra" / Default(Bytes(lambda it: max(it.length - HEADER_LENGTH, 0)), b""),
 )
 
-# Which display a request is for, or an answer is from; 0 in a request means any.
+# Which display a request is for, or a reply is from; 0 in a request means any.
 Address = Struct(
     "reserved" / Default(Int8ul, 0),
     "unit" / Default(Int16ul, 0),

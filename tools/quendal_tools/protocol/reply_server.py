@@ -1,13 +1,13 @@
-"""The TCP server of a discovery: each display connects, writes one answer and closes."""
+"""The TCP server of a discovery: each display connects, writes one reply and closes."""
 
 import contextlib
 import dataclasses
 import selectors
 import time
 
-from quendal_tools.protocol.alive import MAX_ANSWER
+from quendal_tools.protocol.alive import MAX_REPLY
 
-_SECONDS_FOR_ANSWER = 5
+_SECONDS_FOR_REPLY = 5
 _MAX_CONNECTIONS = 1000
 
 
@@ -22,7 +22,7 @@ class Delivery:
     problem: str | None = None
 
 
-class AnswerServer:
+class ReplyServer:
     """Takes connections on a bound socket; whoever selects on the selector calls take for what is readable."""
 
     def __init__(self, listener, selector):
@@ -50,25 +50,25 @@ class AnswerServer:
         """Closes the connections on which nobody finished in time; returns their deliveries."""
         now = time.monotonic()
         slow = [connection for connection, delivery in self._open.items() if delivery.deadline < now]
-        return [self._finish(connection, "an answer without an end") for connection in slow]
+        return [self._finish(connection, "a reply without an end") for connection in slow]
 
     def _admit(self, connection, peer):
         connection.setblocking(False)
-        self._open[connection] = Delivery(peer[0], time.monotonic() + _SECONDS_FOR_ANSWER)
+        self._open[connection] = Delivery(peer[0], time.monotonic() + _SECONDS_FOR_REPLY)
         self._selector.register(connection, selectors.EVENT_READ, self.take)
 
     def _read(self, connection):
         delivery = self._open[connection]
         try:
-            piece = connection.recv(MAX_ANSWER)
+            piece = connection.recv(MAX_REPLY)
         except OSError as error:
             return [self._finish(connection, f"a broken connection ({error.strerror})")]
         if not piece:
             return [self._finish(connection)]
         delivery.last_byte = time.monotonic()
         delivery.data += piece
-        if len(delivery.data) > MAX_ANSWER:
-            return [self._finish(connection, "an answer that is too long")]
+        if len(delivery.data) > MAX_REPLY:
+            return [self._finish(connection, "a reply that is too long")]
         return []
 
     def _finish(self, connection, problem=None):
