@@ -17,6 +17,7 @@ import time
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(ROOT / "tools"))
 
+from quendal_tools.board import console  # noqa: E402
 from quendal_tools.protocol.discovery import Discovery, Replied  # noqa: E402
 from quendal_tools.sandbox.board import Board  # noqa: E402
 from quendal_tools.sandbox.fleet import Fleet  # noqa: E402
@@ -30,7 +31,6 @@ SECONDS_FOR_REPLIES = 4
 BOARDS_IN_TURN = 20
 SECONDS_APART = 2 / BOARDS_IN_TURN
 MEMORY = "/dev/shm"
-READY = "mc thread resume!"
 
 
 def replies(pc, seconds, wanted):
@@ -54,7 +54,7 @@ def many_boards(binary, count, rounds, idle_seconds):
     with Fleet(count, base_dir=MEMORY) as fleet:
         services = fleet.start_services(binary)
         for service in services:
-            service.wait_for(READY, timeout=120)
+            service.wait_for(console.MULTICAST_RESUMED, timeout=120)
         print(f"{count} boards on one bridge, listening after {time.monotonic() - begin:.1f} s")
         at_rest(services, idle_seconds)
         for number in range(1, rounds + 1):
@@ -84,7 +84,7 @@ def one_board(binary, boards, rounds):
     with contextlib.ExitStack() as stack:
         places = [stack.enter_context(Board(base_dir=MEMORY)) for _ in range(boards)]
         for service in [board.start_service(binary) for board in places]:
-            service.wait_for(READY, timeout=60)
+            service.wait_for(console.MULTICAST_RESUMED, timeout=60)
         asked_at = dict.fromkeys(places, time.monotonic())
         for number in range(rounds):
             times = []

@@ -21,14 +21,17 @@ import tempfile
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(ROOT / "tools"))
 
+from quendal_tools.board import stick_console  # noqa: E402
 from quendal_tools.board.layout import TARGET  # noqa: E402
+from quendal_tools.configuration.example import LIST_NAME, NUMBERS  # noqa: E402
 from quendal_tools.emulator.board import EmulatedBoard  # noqa: E402
+from quendal_tools.protocol.control_files import STOP_MARKER  # noqa: E402
 from quendal_tools.stick import media  # noqa: E402
 from quendal_tools.stick.image import StickImage  # noqa: E402
 
-FOLDER = "KVCFG/1.2.3"
+FOLDER = f"KVCFG/{NUMBERS}"
 MOUNTED = f"/data/home/sda1/{FOLDER}"
-STOP_MARKER = f"{TARGET}/kvXferStop.sys"
+MARKER = f"{TARGET}/{STOP_MARKER}"
 COPIES = "/data/app/copies"
 MEMORY_MIB = 1024  # the target directory is in it
 PATIENCE = 900
@@ -42,7 +45,7 @@ def make_stick(directory, count, size):
     for number, name in enumerate(names):
         (directory / name).write_bytes(random.Random(number).randbytes(size))
     file_list = ";".join(f"#0#{name}" for name in names)
-    (directory / "KVFILE_XFER_INSTRU.spt").write_text(f"[new_local_dist_task]\nfileList = {file_list}\n")
+    (directory / LIST_NAME).write_text(f"[new_local_dist_task]\nfileList = {file_list}\n")
     files = sorted(directory.iterdir())
     path = directory / "stick.img"
     image = media.new_image(path, count * size // (1 << 20) + 32)
@@ -77,11 +80,11 @@ def distribute(board, service, stick):
     forget(board)
     mark = service.mark()
     board.plug(stick)
-    service.wait_for("\nFile copying finished.", PATIENCE, after=mark)
-    board.run(f"until test -e {STOP_MARKER}; do sleep 0.1; done", PATIENCE)
+    service.wait_for(stick_console.FINISHED, PATIENCE, after=mark)
+    board.run(f"until test -e {MARKER}; do sleep 0.1; done", PATIENCE)
     hours, minutes, seconds, milliseconds = map(int, FIRST_FILE.search(service.stderr_text(), mark).groups())
     begin = hours * 3600 + minutes * 60 + seconds + milliseconds / 1000
-    return (float(on_board(board, f"stat --format %.Y {STOP_MARKER}")) - begin) % 86400
+    return (float(on_board(board, f"stat --format %.Y {MARKER}")) - begin) % 86400
 
 
 def copy(board, count):
@@ -107,7 +110,7 @@ def compare(board, service, stick, count, rounds):
         peers = copy(board, count)
         mark = service.mark()
         board.unplug()
-        service.wait_for("\nto umount drv:", PATIENCE, after=mark)
+        service.wait_for(stick_console.releasing(""), PATIENCE, after=mark)
         ratios.append([own / peer for peer in peers])
         print(f"round {number}: service {own:.1f} s", flush=True)
         for sync, peer, ratio in zip(SYNCS, peers, ratios[-1]):

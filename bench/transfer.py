@@ -20,11 +20,12 @@ import time
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(ROOT / "tools"))
 
+from quendal_tools.board import console  # noqa: E402
 from quendal_tools.board.layout import BIN, TARGET  # noqa: E402
+from quendal_tools.configuration.example import DATA_PORT  # noqa: E402
 from quendal_tools.protocol import packet  # noqa: E402
 from quendal_tools.sandbox.board import Board  # noqa: E402
 
-DATA_PORT = 50200
 SINK_PORT = 50300
 PIECE = bytes(range(256)) * 4096  # 1 MiB
 MIB = len(PIECE)
@@ -49,7 +50,7 @@ def throughput_of_service(board, service, size):
     with board.pc.connect(DATA_PORT) as connection:
         rate = send_and_time(connection, packet.file_head("video.ts", size), size, stored)
     # The closed connection re-opens the service, which must be over before the next run.
-    service.wait_for("data sock OK!", after=mark)
+    service.wait_for(console.OPEN, after=mark)
     return rate
 
 
@@ -97,7 +98,7 @@ def start_to_banner(board, binary, runs):
     for _ in range(runs):
         begin = time.monotonic()
         service = board.start_service(binary)
-        while "Quendal for Linux" not in service.stderr_text():
+        while console.BANNER not in service.stderr_text():
             time.sleep(0.0005)
         durations.append((time.monotonic() - begin) * 1000)
         service.kill()
@@ -125,7 +126,7 @@ def main():
         shutil.copy(arguments.build / "minimal_sink", board.path(BIN))
         start_to_banner(board, binary, 20)
         service = board.start_service(binary)
-        service.wait_for("data sock OK!", timeout=20)
+        service.wait_for(console.OPEN, timeout=20)
         idle_processor_use(service, arguments.idle_seconds)
         compare_throughput(board, service, arguments.mebibytes * MIB, arguments.rounds)
         many_files(board, 5000, 4096)

@@ -27,10 +27,10 @@ sys.path.insert(0, str(ROOT / "tools"))
 
 from quendal_tools.board.layout import BIN  # noqa: E402
 from quendal_tools.board.waiting import wait_until  # noqa: E402
+from quendal_tools.configuration.example import VIDEO_GROUP  # noqa: E402
 from quendal_tools.sandbox.board import Board  # noqa: E402
 
-GROUP = "239.255.77.2"
-FILTER = f"(ip multicast) and (dst {GROUP})"
+FILTER = f"(ip multicast) and (dst {VIDEO_GROUP})"
 DATAGRAM = 1316
 HAND_OVER = 2  # seconds after which the kernel has handed every packet over
 
@@ -66,7 +66,7 @@ class Capture:
 
 
 def our_capture(board):
-    argv = [f"{BIN}/video_capture_bench", "eth0", GROUP]
+    argv = [f"{BIN}/video_capture_bench", "eth0", VIDEO_GROUP]
     return Capture(board, "ours", lambda file: board.popen(argv, stdout=file, stderr=file), "handle ether")
 
 
@@ -80,7 +80,7 @@ def tcpdump(board):
 
 def send(board, sender, rate, seconds):
     """Packets sent, and the processor seconds that took."""
-    process = board.pc.popen([sender, GROUP, str(rate), str(seconds)], stdout=subprocess.PIPE)
+    process = board.pc.popen([sender, VIDEO_GROUP, str(rate), str(seconds)], stdout=subprocess.PIPE)
     used = 0.0
     while process.poll() is None:
         with contextlib.suppress(OSError):

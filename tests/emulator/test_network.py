@@ -3,6 +3,7 @@
 import hashlib
 import random
 
+from quendal_tools.board import console
 from quendal_tools.board.layout import TARGET
 
 
@@ -32,7 +33,7 @@ def test_dhcp_brings_the_link_up_and_a_transfer_arrives(make_rig):
     send(rig, {"clip.ts": data})
     rig.await_event("RXCOMPLETE")
 
-    assert "dhcpcd up eth0 cmd rc code" in rig.service.stderr_text()
+    assert console.DHCP in rig.service.stderr_text()
     assert "inet 10.0.2.15/24" in rig.tell("ip address show dev eth0")
     assert rig.tell("ls /var/lib/dhcpcd") == "duid\neth0.lease\n"
     assert rig.board.display.names() == ["NETW_UP", "START2RX", "RXCOMPLETE"]
@@ -48,8 +49,8 @@ def test_pulled_cable_pauses_the_network_and_clears_the_leases_until_it_is_back(
     mark = rig.service.mark()
     rig.board.link(False)
     rig.await_event("NETW_DN")
-    rig.await_text("McTask paused", after=mark)
-    rig.await_text("DataTask paused", after=mark)
+    rig.await_text(console.MULTICAST_TASK_PAUSED, after=mark)
+    rig.await_text(console.DATA_TASK_PAUSED, after=mark)
     rig.await_answer("ls /var/lib/dhcpcd", "")
 
     assert (sockets_of_the_service(rig, "t"), sockets_of_the_service(rig, "u")) == (0, 0)
@@ -57,7 +58,7 @@ def test_pulled_cable_pauses_the_network_and_clears_the_leases_until_it_is_back(
 
     mark = rig.service.mark()
     rig.board.link(True)
-    rig.await_text("Network is back ON again!", after=mark)
+    rig.await_text(console.BACK_ON, after=mark)
     rig.await_link(count=2)
     send(rig, {"after.bin": b"after the cable came back"})
     rig.await_event("RXCOMPLETE")

@@ -4,17 +4,17 @@ import io
 import re
 import tarfile
 
+from quendal_tools.board import stick_console
 from quendal_tools.board.layout import LOG, TARGET, WORK
+from quendal_tools.configuration.example import LIST_NAME
 
 LIST = "[new_local_dist_task]\nfileList = a#0#FileList.sys;b#0#layout.zip\n"
 MOUNTED = "/dev/sda1 /data/home/sda1\n"
-FOUND = "\nUSB drive found: [/dev/sda1]"
-ANNOUNCED = "usb thumbdrive first time plugged,mounting..."
 
 
 def folder(content):
     """A configuration folder with its list and the files it names."""
-    return {"KVFILE_XFER_INSTRU.spt": LIST.encode(), "FileList.sys": b"layout.zip\r\n", "layout.zip": content}
+    return {LIST_NAME: LIST.encode(), "FileList.sys": b"layout.zip\r\n", "layout.zip": content}
 
 
 def under(path, files):
@@ -32,14 +32,14 @@ def test_configuration_stick_is_imported_once_and_released_when_pulled(make_rig,
     rig.await_link()
 
     assert completed - started >= 11.9
-    assert FOUND in rig.service.stderr_text()
+    assert stick_console.found("sda1") in rig.service.stderr_text()
     assert rig.tell(f"cat {TARGET}/layout.zip") == "for this one"
     assert rig.tell(f"ls {TARGET}") == "FileList.sys\nkvXferStop.sys\nlayout.zip\n"
     assert rig.mounted() == MOUNTED
-    assert rig.service.stderr_text().count(ANNOUNCED) == 1
+    assert rig.service.stderr_text().count(stick_console.ANNOUNCED) == 1
 
     rig.board.unplug()
-    rig.await_text("\nto umount drv:sda1")
+    rig.await_text(stick_console.releasing("sda1"))
     rig.await_answer("grep /dev/sd /proc/mounts", "")
 
     files = {name: data for name, data in stick.content().items() if data is not None}
@@ -53,7 +53,7 @@ def test_log_stick_receives_the_packed_logs_and_the_board_restarts(make_rig, mak
              "/var/log/messages": "kernel", "/data/app/kavenor/LogReset.dat": ""}
     rig = make_rig(plugged=stick, files=files)
 
-    rig.await_text("Going to reboot device......")
+    rig.await_text(stick_console.RESTARTING)
     rig.await_reboot()
 
     archive = tarfile.open(fileobj=io.BytesIO(stick.content()["KVLOG/zelo-curLogs.tar.gz"]))
@@ -64,14 +64,14 @@ def test_log_stick_receives_the_packed_logs_and_the_board_restarts(make_rig, mak
     assert logs["Log/zeloKernMsg-DAY.log"] == b"kernel"
     assert logs["Log/LogReset.dat.bak"].startswith(b"thermal@")
     assert "KVCFG/1.2.3/layout.zip" in stick.content()
-    assert "KVCFG Not found on usb drive!" in rig.service.stderr_text()
+    assert stick_console.NOT_FOUND in rig.service.stderr_text()
 
 
 def test_backup_stick_receives_the_application_tree_and_the_board_restarts(make_rig, make_stick):
     stick = make_stick({"KVBAK": None})
     rig = make_rig(plugged=stick, files={f"{WORK}/layout/Big.bin": bytes(range(256)) * 4096})
 
-    rig.await_text("KVCFG Not found on usb drive!")
+    rig.await_text(stick_console.NOT_FOUND)
     rig.await_reboot()
 
     saved = stick.content()
@@ -86,11 +86,11 @@ def test_prepared_package_stick_takes_the_logs_and_keeps_its_own_folder_empty(ma
     files = {f"{WORK}/Package_Hub.zip": b"hub", f"{WORK}/Package_Lyt.zip": b"layout", f"{LOG}/a.log": b""}
     rig = make_rig(plugged=stick, files=files)
 
-    rig.await_text("######      Copying Package_Hub.zip file......       ######")
-    rig.await_text("######      Copying Package_Lyt.zip file......       ######")
+    rig.await_text(stick_console.HUB)
+    rig.await_text(stick_console.LAYOUT)
     rig.await_reboot()
 
-    assert "######        The Plug-in USB Drive is EMPTY!        ######" in rig.service.stderr_text()
+    assert stick_console.EMPTY in rig.service.stderr_text()
     assert set(stick.content()) == {"KVLOG", "KVLOG/zelo-curLogs.tar.gz", "KVSOURCE"}
 
 
@@ -98,7 +98,7 @@ def test_package_stick_without_log_folder_is_left_alone(make_rig, make_stick):
     stick = make_stick({"KVSOURCE": None})
     rig = make_rig(plugged=stick, files={f"{WORK}/Package_Hub.zip": b"hub"})
 
-    rig.await_text("KVCFG Not found on usb drive!")
+    rig.await_text(stick_console.NOT_FOUND)
     rig.await_link()
 
     assert rig.mounted() == MOUNTED
@@ -112,14 +112,14 @@ def test_stick_with_other_things_and_no_partitions_is_mounted_anew_at_each_plugg
     stick = make_stick(content, partitioned=False)
     rig = make_rig(plugged=stick)
 
-    rig.await_text("KVCFG Not found on usb drive!")
+    rig.await_text(stick_console.NOT_FOUND)
     assert rig.mounted() == "/dev/sda /data/home/sda\n"
     rig.board.unplug()
-    mark = rig.await_text("\nto umount drv:sda")
+    mark = rig.await_text(stick_console.releasing("sda"))
     rig.await_answer("grep /dev/sd /proc/mounts", "")
     rig.board.plug(stick)
-    rig.await_text("KVCFG Not found on usb drive!", after=mark)
+    rig.await_text(stick_console.NOT_FOUND, after=mark)
 
     assert rig.mounted() == "/dev/sda /data/home/sda\n"
-    assert rig.service.stderr_text().count(ANNOUNCED) == 2
+    assert rig.service.stderr_text().count(stick_console.ANNOUNCED) == 2
     assert stick.content() == content

@@ -4,9 +4,10 @@ import signal
 
 import pytest
 
+from quendal_tools.board import console
 from quendal_tools.board.waiting import wait_until
+from quendal_tools.configuration.example import ADDRESS
 from quendal_tools.protocol import packet
-from support import console
 
 # Writes down what a program that the service runs finds when it starts.
 WITNESS = """#!/bin/sh
@@ -59,7 +60,7 @@ def test_command_run_while_connections_are_open_inherits_none_of_them(witnessed)
 
 def test_dhcp_client_can_be_stopped_by_sigterm_and_the_service_goes_on(make_rig):
     rig = make_rig(before_start=lambda board: board.replace_command("dhcpcd", SLEEPER))
-    rig.service.wait_for("dhcpcd up eth0 cmd rc code", timeout=20)
+    rig.service.wait_for(console.DHCP, timeout=20)
     noted = rig.board.path("/tmp/sleeper")
     process = wait_until(lambda: noted.exists() and noted.read_text().strip(), 10, "the client's start")
 
@@ -72,12 +73,12 @@ def test_dhcp_client_can_be_stopped_by_sigterm_and_the_service_goes_on(make_rig)
 
 def test_daemon_that_a_command_leaves_behind_does_not_hold_the_port(make_rig, quendal):
     left_behind = ("#!/bin/sh\nsetsid sleep 300 >/dev/null 2>&1 </dev/null &\n"
-                   "ip address replace 192.168.77.10/24 dev eth0\n")
+                   f"ip address replace {ADDRESS}/24 dev eth0\n")
     rig = make_rig(before_start=lambda board: board.replace_command("dhcpcd", left_behind))
     rig.await_open()
     with rig.connect():
         rig.board.cable(False)
-        rig.service.wait_for("DataTask paused", timeout=40)
+        rig.service.wait_for(console.DATA_TASK_PAUSED, timeout=40)
         rig.board.cable(True)
     rig.service.terminate()
     assert rig.service.wait(20) == 0

@@ -4,9 +4,11 @@ import pathlib
 
 import pytest
 
+from quendal_tools.board import console
 from quendal_tools.board.layout import BIN
 from quendal_tools.board.waiting import wait_until
-from support import console, packets
+from quendal_tools.configuration.example import DATA_PORT
+from support import packets
 
 PROPERTIES = BIN + "/Quendal_L.properties"
 SHIPPED = pathlib.Path(__file__).resolve().parents[2] / "packaging/Quendal_L.properties"
@@ -62,7 +64,7 @@ def test_they_are_on_the_console_without_a_properties_file(make_board, quendal):
     wait_until(lambda: console.OPEN in errors.read_text(), 30, "the open port")
     mark = len(errors.read_text())
 
-    with board.pc.connect(50200) as connection:
+    with board.pc.connect(DATA_PORT) as connection:
         peer = "{}:{}".format(*connection.getsockname())
         wait_until(lambda: console.connected(peer) in errors.read_text(), 10, "the greeting")
     wait_until(lambda: console.OPEN in errors.read_text()[mark:], 10, "the port's re-opening")
@@ -76,7 +78,7 @@ def test_edited_properties_send_them_to_a_file_and_the_rest_stays_on_the_console
     rig = start(make_rig, edited(SHIPPED.read_text(), ("logging.loggers.root.channel = file",
                                                        "logging.channels.file.")))
     mark = rig.service.mark()
-    with rig.board.pc.connect(50200) as connection:
+    with rig.board.pc.connect(DATA_PORT) as connection:
         peer = "{}:{}".format(*connection.getsockname())
     rig.await_open(mark)
 
@@ -89,7 +91,7 @@ def test_level_warning_leaves_them_out(make_rig):
     rig = start(make_rig, SHIPPED.read_text().replace("#logging.loggers.root.level = warning",
                                                       "logging.loggers.root.level = warning"))
     mark = rig.service.mark()
-    with rig.board.pc.connect(50200) as connection:
+    with rig.board.pc.connect(DATA_PORT) as connection:
         connection.sendall(packets.header(1))
         peer = "{}:{}".format(*connection.getsockname())
     rig.await_open(mark)

@@ -4,12 +4,12 @@ import re
 
 import pytest
 
+from quendal_tools.board import console
 from quendal_tools.board.waiting import wait_until
-from support import console
 from support.rig import LINK_UP_SECONDS
 
 LEASE = "/var/lib/dhcpcd/eth0.lease"
-CLIENT = r"dhcpcd up eth0 cmd rc code(?P<client>.*\n)?(?P<status>\d+)"
+CLIENT = re.escape(console.DHCP) + r"(?P<client>.*\n)?(?P<status>\d+)"
 LOSS_SECONDS = 40
 
 
@@ -36,7 +36,7 @@ def test_lease_brings_the_link_up_its_loss_ends_it_and_the_return_brings_a_new_l
 
     mark = rig.service.mark()
     rig.board.cable(False)
-    rig.service.wait_for("DataTask paused", timeout=LOSS_SECONDS, after=mark)
+    rig.service.wait_for(console.DATA_TASK_PAUSED, timeout=LOSS_SECONDS, after=mark)
     assert "inet 192" not in rig.board.run(["ip", "-4", "address", "show", "dev", "eth0"]).stdout
     wait_until(lambda: list(rig.board.path(LEASE).parent.iterdir()) == [], 10, "the leases' end")
     commands = [text for _, text in rig.board.commands()]
@@ -47,14 +47,14 @@ def test_lease_brings_the_link_up_its_loss_ends_it_and_the_return_brings_a_new_l
     rig.display.wait_for("NETW_UP", count=2, timeout=LOSS_SECONDS)
     rig.await_open(mark)
     assert acknowledged(rig) == 2
-    assert "inet 192.168.77.10/24" in rig.board.run(["ip", "-4", "address", "show", "dev", "eth0"]).stdout
+    assert f"inet {rig.board.address}/24" in rig.board.run(["ip", "-4", "address", "show", "dev", "eth0"]).stdout
     rig.assert_good_transfer()
 
 
 @pytest.mark.long(60)
 def test_server_that_comes_late_is_asked_again(make_rig):
     rig = make_rig(address_mode="dhcp")
-    rig.service.wait_for("dhcpcd up eth0 cmd rc code", timeout=LINK_UP_SECONDS)
+    rig.service.wait_for(console.DHCP, timeout=LINK_UP_SECONDS)
     rig.board.start_dhcp_server()
 
     rig.await_open(timeout=90)

@@ -6,11 +6,11 @@ import subprocess
 
 import pytest
 
+from quendal_tools.configuration.example import DATA_PORT
 from quendal_tools.protocol import packet
 from support import dissected_session, dissection, multicast
 from support.dissected_session import CLIP, CLIP_PIECES, NOTICED_WORD, REFUSED, REPORTED, TAKEN
 from support.dissection import marks, packets, tshark
-from support.rig import PORT
 
 pytestmark = pytest.mark.long(70)
 
@@ -93,7 +93,7 @@ def test_transfer_is_told_packet_by_packet(session):
 
 
 def test_packet_in_several_segments_is_put_together_from_all_of_them(session):
-    of_transfer = f"tcp.len > 0 && tcp.dstport == {PORT} && tcp.srcport == {session.ports['transfer']}"
+    of_transfer = f"tcp.len > 0 && tcp.dstport == {DATA_PORT} && tcp.srcport == {session.ports['transfer']}"
     segments = dissection.frames(session.capture, of_transfer, "frame.number", "tcp.len")
     clip = segments[1:1 + len(CLIP_PIECES) + 1]
 

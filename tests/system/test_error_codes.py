@@ -5,10 +5,12 @@ Each line of the table is a beginning of the stream that is cut off at one point
 
 import pytest
 
+from quendal_tools.board import console
 from quendal_tools.board.waiting import wait_until
+from quendal_tools.configuration.example import DATA_PORT
 from quendal_tools.protocol import packet
-from support import console, packets
-from support.rig import PORT, REOPEN_SECONDS, has_ended, peer_of, reset
+from support import packets
+from support.rig import REOPEN_SECONDS, has_ended, peer_of, reset
 
 pytestmark = pytest.mark.long(30)  # all together, on the board that they share
 
@@ -110,8 +112,7 @@ def test_wrong_signature_closes_every_connection_and_reports_516(shared_rig, sig
         wait_until(lambda: has_ended(connection), 5, "the connection's end")
         connection.close()
     text = shared_rig.text_since(mark)
-    begin = console.connected(*peers) + (
-        "\nDataProcHeader:Error Network packet format detected,disconnecting...") + console.failed(516)
+    begin = console.connected(*peers) + console.HEADER_REFUSED + console.failed(516)
     before, after = console.reopened("").split(console.disconnected(""))
     assert text.startswith(begin + before) and text.endswith(after)
     farewells = text.removeprefix(begin + before).removesuffix(after)
@@ -125,8 +126,7 @@ def test_wrong_status_kind_reports_1027(shared_rig, kind):
         packets.HEADER + packets.status(kind=kind)))
 
     assert text == (console.connected(peer) +
-                    "\nDataRxCmdStatus:Error Network packet format detected,disconnecting..." +
-                    console.failed(1027) + console.reopened(peer))
+                    console.STATUS_REFUSED + console.failed(1027) + console.reopened(peer))
 
 
 def test_reset_in_the_data_reports_1537_after_five_seconds(shared_rig):
@@ -146,7 +146,7 @@ def test_connection_reset_before_it_is_served_is_only_reported(shared_rig):
         # Keeps the service busy inside a packet, so that the next connection cannot be accepted yet.
         first.sendall(packets.HEADER[:6])
         shared_rig.await_read(first)
-        shared_rig.reset(shared_rig.board.pc.connect(PORT))
+        shared_rig.reset(shared_rig.board.pc.connect(DATA_PORT))
         first.sendall(packets.header(1)[6:])
         shared_rig.service.wait_for("A connection was lost before it was served: ", after=mark)
         name = peer_of(first)

@@ -2,9 +2,10 @@
 
 import pytest
 
+from quendal_tools.board import console
 from quendal_tools.board.layout import TARGET
 from quendal_tools.protocol import packet
-from support import console, packets
+from support import packets
 
 PLACE = "DataRxFileElement<pos:3>::"
 

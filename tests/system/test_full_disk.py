@@ -4,9 +4,9 @@ import contextlib
 
 import pytest
 
+from quendal_tools.board import console
 from quendal_tools.board.layout import TARGET
 from quendal_tools.protocol import packet
-from support import console
 from support.rig import peer_of
 
 SMALL_ENOUGH_FOR_ONE_BUFFER = 40_000

@@ -5,19 +5,21 @@ import time
 
 import pytest
 
+from quendal_tools.board import console
 from quendal_tools.board.waiting import wait_until
+from quendal_tools.configuration.example import DATA_PORT
 from quendal_tools.protocol import packet
-from support import console, packets
-from support.rig import IDLE_SHARE, PORT, has_ended, peer_of, reset
+from support import packets
+from support.rig import IDLE_SHARE, has_ended, peer_of, reset
 
 
 def greeted(rig, mark):
-    return rig.text_since(mark).count("Connection from ")
+    return rig.text_since(mark).count(console.connected("").strip())
 
 
 def connect_many(rig, count):
     """That many connections, made at once; each may still wait to be accepted."""
-    return [rig.board.pc.connect(PORT) for _ in range(count)]
+    return [rig.board.pc.connect(DATA_PORT) for _ in range(count)]
 
 
 def close_all(connections):
@@ -94,7 +96,7 @@ def test_storm_of_resets_at_random_points_leaves_a_usable_service(rig):
         connections = []
         while len(connections) < 20:
             try:
-                connections.append(rig.board.pc.connect(PORT))
+                connections.append(rig.board.pc.connect(DATA_PORT))
             except ConnectionError:
                 time.sleep(0.02)
         for connection in connections:
@@ -110,7 +112,7 @@ def test_storm_of_resets_at_random_points_leaves_a_usable_service(rig):
 
 
 def test_descriptors_and_threads_are_given_back_after_errors(rig):
-    rig.service.wait_for(console.MULTICAST_OPEN)  # its socket counts, too
+    rig.service.wait_for(console.MULTICAST_RESUMED)  # its socket counts, too
     rig.assert_good_transfer()
     descriptors, threads = rig.service.fd_count(), rig.service.thread_count()
 

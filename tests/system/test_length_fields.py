@@ -2,14 +2,13 @@
 
 import pytest
 
+from quendal_tools.board import console
 from quendal_tools.protocol import packet
-from support import console, packets
+from support import packets
 
 pytestmark = pytest.mark.long(30)  # all together, on the board that they share
 
 FOLLOWING = packet.file_packet("following.bin", b"f")
-HEADER_ERROR = "\nDataProcHeader:Error Network packet format detected,disconnecting..."
-STATUS_ERROR = "\nDataRxCmdStatus:Error Network packet format detected,disconnecting..."
 HUGE = [0x7FFFFFFF, 0x80000000, 0xFFFFFFFF]
 
 
@@ -29,12 +28,12 @@ def said(shared_rig):
 
 @pytest.mark.parametrize("length", [0, 1, 3, 4, 5, 19, 1027, 4096, 65536, *HUGE])
 def test_header_length_that_is_too_short_or_too_long_reports_516(said, length):
-    assert said(packets.raw_header(length)) == HEADER_ERROR + console.failed(516)
+    assert said(packets.raw_header(length)) == console.HEADER_REFUSED + console.failed(516)
 
 
 @pytest.mark.parametrize("length", [0, 1, 3, 4, 7, 1025, 4096, 65536, *HUGE])
 def test_status_length_that_is_too_short_or_too_long_reports_1027(said, length):
-    assert said(packets.HEADER + packets.raw_status(length)) == STATUS_ERROR + console.failed(1027)
+    assert said(packets.HEADER + packets.raw_status(length)) == console.STATUS_REFUSED + console.failed(1027)
 
 
 @pytest.mark.parametrize("before", [
@@ -71,7 +70,7 @@ def test_data_length_shorter_than_the_data_makes_the_rest_the_next_header(said):
     text = said(packets.BEFORE_FILE + packets.file_head(b"shorter.bin", 10) + bytes(range(10)) + bytes(90))
 
     assert said.rig.stored("shorter.bin") == bytes(range(10))
-    assert text == console.file_named("shorter.bin") + HEADER_ERROR + console.failed(516)
+    assert text == console.file_named("shorter.bin") + console.HEADER_REFUSED + console.failed(516)
 
 
 def test_name_length_beyond_the_stream_reports_1027(said):

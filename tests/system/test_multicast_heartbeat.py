@@ -4,6 +4,7 @@ import time
 
 import pytest
 
+from quendal_tools.board import console
 from quendal_tools.protocol import packet
 from support import multicast
 from support.multicast import Transmitter
@@ -72,7 +73,7 @@ def test_datagrams_do_not_keep_the_heartbeat_away(listening):
 @pytest.mark.long(30)
 def test_heartbeat_has_the_configured_time_to_live_on_the_wire(listening):
     rig, transmitter, _ = listening(ini={"MTTL": 7})
-    assert multicast.SETTINGS.format(ttl=7) in rig.service.stderr_text()
+    assert console.multicast_settings(7) in rig.service.stderr_text()
     transmitter.send(packet.status_packet())
 
     assert transmitter.heard(timeout=40)[2] == 7

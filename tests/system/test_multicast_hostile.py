@@ -5,7 +5,9 @@ import struct
 
 import pytest
 
+from quendal_tools.board import console
 from quendal_tools.board.waiting import wait_until
+from quendal_tools.configuration.example import GROUP_PORT
 from quendal_tools.protocol import packet
 from support import multicast
 
@@ -40,8 +42,8 @@ def test_length_that_leaves_the_buffer_is_reported_and_the_datagram_goes_no_furt
     for value in values:
         mark = display.service.mark()
         transmitter.send(with_u32(request_with_file(transmitter.port), offset, value))
-        end = display.service.wait_for(multicast.FORMAT_ERROR, after=mark)
-        assert display.service.stderr_text()[mark:end] == multicast.FORMAT_ERROR, value
+        end = display.service.wait_for(console.DATAGRAM_REFUSED, after=mark)
+        assert display.service.stderr_text()[mark:end] == console.DATAGRAM_REFUSED, value
     assert not transmitter.has_connection(within=1.5)
     multicast.assert_no_temporary_files(display.board)
     multicast.assert_replies(display, transmitter)
@@ -52,7 +54,7 @@ def test_name_length_that_leaves_the_buffer_is_reported_and_the_datagram_goes_no
     for length in (1000, 1023, 1024, 65535):
         mark = display.service.mark()
         transmitter.send(good[:44] + struct.pack("<H", length) + good[46:])
-        display.service.wait_for(multicast.FORMAT_ERROR, after=mark)
+        display.service.wait_for(console.DATAGRAM_REFUSED, after=mark)
     assert not transmitter.has_connection(within=1.5)
     multicast.assert_replies(display, transmitter)
 
@@ -81,7 +83,7 @@ def test_file_that_asks_for_endless_memory_is_refused(display, transmitter):
 
     transmitter.send(multicast.request_packet(content=bomb))
 
-    display.service.wait_for(multicast.FILE_NOT_TAKEN + "Bad data format: more than 8 references", after=mark)
+    display.service.wait_for(console.ALIVE_FILE_NOT_TAKEN + "Bad data format: more than 8 references", after=mark)
     transmitter.send(packet.status_packet())
     multicast.assert_replies(display, transmitter)
 
@@ -107,7 +109,7 @@ class ErrorTail:
 def lost_datagrams(board):
     """How many datagrams the board's system has thrown away because the service did not fetch them in time."""
     sockets = [line.split() for line in board.run(["cat", "/proc/net/udp"], check=True).stdout.splitlines()]
-    return [int(words[-1]) for words in sockets if words[1].endswith(f":{multicast.GROUP_PORT:04X}")]
+    return [int(words[-1]) for words in sockets if words[1].endswith(f":{GROUP_PORT:04X}")]
 
 
 def mutations(generator, port):

@@ -4,6 +4,8 @@ import time
 
 import pytest
 
+from quendal_tools.board import console
+from quendal_tools.configuration.example import ADDRESS, GROUP_PORT
 from support import multicast
 from support.multicast import Transmitter
 
@@ -20,21 +22,21 @@ def lose_link(rig):
 def test_link_up_opens_the_socket_loss_closes_it_and_return_opens_it_again(make_rig):
     rig = make_rig(before_start=lambda board: board.cable(False))
     rig.display.wait_for("NETW_DN", timeout=30)
-    assert multicast.own_text(rig) == ""
+    assert rig.multicast_since(0) == ""
 
     mark = rig.service.mark()
     rig.board.cable(True)
     multicast.await_resumed(rig, mark)
-    assert multicast.own_text(rig) == multicast.OPENED
+    assert rig.multicast_since(0) == console.MULTICAST_OPENED
 
     lose_link(rig)
-    assert multicast.own_text(rig) == multicast.OPENED + multicast.PAUSED
+    assert rig.multicast_since(0) == console.MULTICAST_OPENED + console.MULTICAST_PAUSED
     descriptors = rig.service.fd_count()
 
     mark = rig.service.mark()
     rig.board.cable(True)
     multicast.await_resumed(rig, mark)
-    assert multicast.own_text(rig) == multicast.OPENED + multicast.PAUSED + multicast.OPENED
+    assert rig.multicast_since(0) == console.MULTICAST_OPENED + console.MULTICAST_PAUSED + console.MULTICAST_OPENED
     with Transmitter(rig.board.pc) as transmitter:
         multicast.assert_replies(rig, transmitter)
     assert rig.service.fd_count() <= descriptors + 6  # the listener, the reactor's and this socket
@@ -63,7 +65,7 @@ def test_stop_while_receiving_ends_the_task_in_a_few_seconds_with_these_words(ma
     rig.service.terminate()
 
     assert rig.service.wait(30) == 0
-    assert multicast.own_text(rig) == multicast.OPENED + multicast.PAUSED + multicast.CEASED
+    assert rig.multicast_since(0) == console.MULTICAST_OPENED + console.MULTICAST_PAUSED + console.MULTICAST_CEASED
     assert time.monotonic() - asked < STOP_SECONDS
 
 
@@ -74,13 +76,14 @@ def test_stop_while_paused_takes_the_pause_path_and_ends(make_rig):
     rig.service.terminate()
 
     assert rig.service.wait(30) == 0
-    assert multicast.own_text(rig) == multicast.PAUSED + multicast.CEASED
+    assert rig.multicast_since(0) == console.MULTICAST_PAUSED + console.MULTICAST_CEASED
 
 
 @pytest.mark.long(40)
 @pytest.mark.parametrize("group, opening", [
-    ("10.1.2.3", multicast.opening_failed("Net Exception: Cannot assign requested address: 10.1.2.3:50100")),
-    ("192.168.77.10", multicast.opening_failed("Invalid argument", multicast.SETTINGS.format(ttl=1))),
+    ("10.1.2.3", console.multicast_opening_failed(
+        f"Net Exception: Cannot assign requested address: 10.1.2.3:{GROUP_PORT}")),
+    (ADDRESS, console.multicast_opening_failed("Invalid argument", console.multicast_settings())),
 ])
 def test_socket_that_cannot_be_opened_is_reported_once_and_each_receive_once_a_second(make_rig, group, opening):
     rig = make_rig(ini={"lcdMcastIp": group})
@@ -89,16 +92,16 @@ def test_socket_that_cannot_be_opened_is_reported_once_and_each_receive_once_a_s
     cpu = rig.service.cpu_seconds()
 
     for _ in range(5):
-        mark = rig.service.wait_for(multicast.NOT_RECEIVED, after=mark)
+        mark = rig.service.wait_for(console.NOT_RECEIVED, after=mark)
 
     assert time.monotonic() - began >= 3.5
     assert rig.service.cpu_seconds() - cpu < 0.5
-    written = multicast.own_text(rig, opening).removeprefix(opening)
-    assert written == multicast.NOT_RECEIVED * (len(written) // len(multicast.NOT_RECEIVED))
+    written = rig.multicast_since(0, opening).removeprefix(opening)
+    assert written == console.NOT_RECEIVED * (len(written) // len(console.NOT_RECEIVED))
     lose_link(rig)
     rig.service.terminate()
     assert rig.service.wait(30) == 0
-    assert multicast.own_text(rig, opening).endswith(multicast.PAUSED + multicast.PAUSED + multicast.CEASED)
+    assert rig.multicast_since(0, opening).endswith(2 * console.MULTICAST_PAUSED + console.MULTICAST_CEASED)
 
 
 @pytest.mark.parametrize("factor", [1, -1])
@@ -111,7 +114,7 @@ def test_start_in_a_qualifying_hour_relaunches_once_right_after_the_first_receiv
 
     relaunch = f"relauching mcast thread at hour:{hour}..."
     if time.gmtime().tm_hour == hour:
-        assert rig.service.stderr_text().endswith(relaunch + multicast.PAUSED + multicast.OPENED)
+        assert rig.service.stderr_text().endswith(relaunch + console.MULTICAST_PAUSED + console.MULTICAST_OPENED)
         assert rig.service.stderr_text().count("relauching") == 1
     with Transmitter(rig.board.pc) as transmitter:
         multicast.assert_replies(rig, transmitter)

@@ -4,6 +4,7 @@ import time
 
 import pytest
 
+from quendal_tools.board import console
 from quendal_tools.board.waiting import wait_until
 from quendal_tools.protocol import packet
 from quendal_tools.sandbox.fleet import Fleet, numbers_of
@@ -87,7 +88,7 @@ def test_each_of_several_boards_replies_to_its_own_numbers_and_to_wildcards(quen
     with fleet, Transmitter(fleet.pc) as transmitter:
         services = fleet.start_services(quendal)
         for service in services:
-            service.wait_for(multicast.RESUMED, timeout=60)
+            service.wait_for(console.MULTICAST_RESUMED, timeout=60)
         of_address = {board.address: numbers_of(index) for index, board in enumerate(fleet.boards)}
         for asked in ({}, {"group": 1}, {"column": 2}, {"unit": 1}, {"column": 1, "unit": 2}):
             time.sleep(multicast.REPLY_INTERVAL + 1)
@@ -106,9 +107,9 @@ def test_request_without_a_file_gets_its_reply_by_multicast_whatever_the_configu
     rig = make_rig(ini={"McastReplyByTCP": "true"})
     multicast.await_resumed_and_due(rig)
     with Transmitter(rig.board.pc) as transmitter:
-        written = written_for(rig, multicast.request_packet(), transmitter, multicast.REPLY_BY_MULTICAST)
+        written = written_for(rig, multicast.request_packet(), transmitter, console.REPLY_BY_MULTICAST)
 
-        assert multicast.without_relaunch(written) == multicast.REPLY_BY_MULTICAST
+        assert console.without_relaunch(written) == console.REPLY_BY_MULTICAST
         with pytest.raises(TimeoutError):
             transmitter.heard(timeout=QUIET_SECONDS)
         assert not transmitter.has_connection()
@@ -122,17 +123,17 @@ def test_request_without_a_file_gets_its_reply_by_multicast_whatever_the_configu
 def test_file_without_a_whole_server_entry_is_reported_and_the_reply_goes_by_multicast(
         display, transmitter, content, message):
     written = written_for(
-        display, multicast.request_packet(content=content), transmitter, multicast.REPLY_BY_MULTICAST)
+        display, multicast.request_packet(content=content), transmitter, console.REPLY_BY_MULTICAST)
 
-    assert multicast.without_relaunch(written) == (
-        multicast.FILE_NOT_TAKEN + message + multicast.REPLY_BY_MULTICAST)
+    assert console.without_relaunch(written) == (
+        console.ALIVE_FILE_NOT_TAKEN + message + console.REPLY_BY_MULTICAST)
 
 
 def test_file_without_a_port_has_the_reply_go_by_multicast_without_a_report(display, transmitter):
     written = written_for(display, multicast.request_packet(content=b"[other]\nTCPserverPort=1\n"), transmitter,
-                          multicast.REPLY_BY_MULTICAST)
+                          console.REPLY_BY_MULTICAST)
 
-    assert multicast.without_relaunch(written) == multicast.REPLY_BY_MULTICAST
+    assert console.without_relaunch(written) == console.REPLY_BY_MULTICAST
 
 
 def test_header_alone_after_a_request_is_that_request_again_with_the_reply_by_multicast(display, transmitter):
@@ -141,10 +142,10 @@ def test_header_alone_after_a_request_is_that_request_again_with_the_reply_by_mu
     mark = display.service.mark()
     transmitter.send(packet.LcdPacket.build({"header": {"element_count": 1}, "status": None, "file": None}))
 
-    end = display.service.wait_for(multicast.REPLY_BY_MULTICAST, after=mark)
+    end = display.service.wait_for(console.REPLY_BY_MULTICAST, after=mark)
 
     written = display.service.stderr_text()[mark:end]
-    assert multicast.without_relaunch(written) == multicast.REPLY_BY_MULTICAST
+    assert console.without_relaunch(written) == console.REPLY_BY_MULTICAST
 
 
 def test_wrong_signature_is_reported_in_raw_bytes_and_copied_into_the_reply(display, transmitter):
@@ -164,7 +165,7 @@ def test_wrong_status_kind_is_reported_and_gets_a_reply_all_the_same(display, tr
     transmitter.ask(kind=3)
 
     assert transmitter.take_reply()[0] == multicast.reply_bytes(display.board)
-    assert multicast.text_since(display, mark).startswith(multicast.FORMAT_ERROR)
+    assert multicast.text_since(display, mark).startswith(console.DATAGRAM_REFUSED)
 
 
 def test_other_commands_get_no_reply(display, transmitter):

@@ -12,12 +12,13 @@ import socket
 
 import pytest
 
+from quendal_tools.board import console
 from quendal_tools.board.layout import TARGET
+from quendal_tools.configuration.example import DATA_PORT
 from quendal_tools.protocol import packet
-from support import console
 from support.model import Model
 from support.mutation import Mutator
-from support.rig import PORT, REOPEN_SECONDS, peer_of
+from support.rig import REOPEN_SECONDS, peer_of
 from support.tail import Tail
 
 PACKETS = 100_000
@@ -32,7 +33,7 @@ def contents(rig, directory):
 
 def exchange(rig, tail, stream):
     """Sends a whole connection; gives what the service wrote about it, and the connection's name."""
-    with rig.board.pc.connect(PORT) as connection:
+    with rig.board.pc.connect(DATA_PORT) as connection:
         peer = peer_of(connection)
         connection.sendall(stream)
         connection.shutdown(socket.SHUT_WR)

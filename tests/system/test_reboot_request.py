@@ -2,9 +2,9 @@
 
 import pytest
 
+from quendal_tools.board import console
 from quendal_tools.board.layout import TARGET
 from quendal_tools.protocol import packet
-from support import console
 from support.rig import NOTICED_LATE, peer_of
 
 ANNOUNCEMENT = "\nGoing to reboot device......\n"

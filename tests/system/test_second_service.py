@@ -4,9 +4,10 @@ import time
 
 import pytest
 
+from quendal_tools.board import console
 from quendal_tools.board.layout import TARGET
+from quendal_tools.configuration.example import DATA_PORT
 from quendal_tools.protocol import packet
-from support import console
 from support.rig import LINK_UP_SECONDS, NOTICED_LATE
 
 RETRY_SECONDS = 10
@@ -21,7 +22,7 @@ def test_second_service_reports_the_taken_port_every_ten_seconds_and_takes_over_
     refused = second.wait_for(IN_USE, timeout=LINK_UP_SECONDS)
     began = time.monotonic()
     rig.assert_good_transfer()
-    assert second.stderr_text().count("Connection from") == 0
+    assert second.stderr_text().count(console.connected("").strip()) == 0
     refused_again = second.wait_for(IN_USE, timeout=3 * RETRY_SECONDS, after=refused)
     assert time.monotonic() - began >= RETRY_SECONDS - NOTICED_LATE
     between = console.without_multicast(second.stderr_text()[refused:refused_again])
@@ -31,7 +32,7 @@ def test_second_service_reports_the_taken_port_every_ten_seconds_and_takes_over_
     assert rig.service.wait(20) == 0
     second.wait_for(console.OPEN, timeout=3 * RETRY_SECONDS, after=refused_again)
 
-    with rig.board.pc.connect(50200) as connection:
+    with rig.board.pc.connect(DATA_PORT) as connection:
         connection.sendall(packet.file_packet("second.bin", b"second"))
         rig.await_stored("second.bin", b"second")
     assert rig.board.path(f"{TARGET}/second.bin").read_bytes() == b"second"

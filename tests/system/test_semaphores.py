@@ -2,9 +2,10 @@
 
 import pytest
 
+from quendal_tools.board import console
 from quendal_tools.board.display import VARIABLE_PREFIX
 from quendal_tools.protocol import packet
-from support import console
+from support.interleaving import is_interleaving
 
 STOP = packet.file_packet("kvXferStop.sys", b"")
 
@@ -29,7 +30,7 @@ def test_id_that_is_negative_or_nobodys_is_not_posted_to_and_nothing_is_said(mak
     rig.await_open()
 
     text = rig.text_since(0).removeprefix(console.start_up())
-    assert console.is_interleaving(
+    assert is_interleaving(
         text, [console.DATA_TASK_START, console.WAITING, console.OPENING, console.OPEN],
         [console.LINKED, console.DHCP_OK, console.LINKED, console.BACK_ON, console.LINKED])
     assert rig.display.names() == []

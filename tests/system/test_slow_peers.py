@@ -4,8 +4,9 @@ import time
 
 import pytest
 
+from quendal_tools.board import console
 from quendal_tools.protocol import packet
-from support import console, packets
+from support import packets
 from support.rig import IDLE_SHARE, await_acknowledged, peer_of
 
 ELEMENT_TIMEOUT = 30

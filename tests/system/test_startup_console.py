@@ -2,10 +2,11 @@
 
 import pytest
 
+from quendal_tools.board import console
 from quendal_tools.board.layout import MAKER_WORK, WORK
 from quendal_tools.configuration.ini_text import with_keys
-from support import console
-from support.static_address import ADDRESS, GATEWAY, ROUTE_IS_THERE, nothing_to_kill
+from support.interleaving import is_interleaving
+from support.static_address import SET_ADDRESS, SET_GATEWAY, ROUTE_IS_THERE, nothing_to_kill
 
 DIP = MAKER_WORK + "/DIP.ini"
 LAYOUT = WORK + "/CurLayOut.cfg"
@@ -25,14 +26,14 @@ def report(make_rig):
 
 
 def await_multicast(rig):
-    rig.service.wait_for(console.MULTICAST_OPEN, timeout=20)
+    rig.service.wait_for(console.MULTICAST_RESUMED, timeout=20)
 
 
 def test_default_configuration_up_to_the_open_port(rig):
     text = rig.text_since(0)
 
     assert text.startswith(console.start_up())
-    assert console.is_interleaving(
+    assert is_interleaving(
         text.removeprefix(console.start_up()), DATA_TASK,
         [console.LINKED, console.DHCP_OK, console.LINKED, console.BACK_ON, console.LINKED])
     await_multicast(rig)
@@ -53,17 +54,18 @@ def test_everything_set_up_to_the_open_port(make_rig):
 
     rig.await_open()
 
-    address, gateway = console.command(ADDRESS), console.command(GATEWAY)
+    address, gateway = console.command(SET_ADDRESS), console.command(SET_GATEWAY)
     begin = console.start_up(
         static=nothing_to_kill(rig.board) + address + gateway, group="239.1.2.3", identity="65535/0/16",
         dip="HALL Type, Unit ID = 1", orientation="Portrait Inverted")
     text = rig.text_since(0)
     assert text.startswith(begin)
-    assert console.is_interleaving(
+    assert is_interleaving(
         text.removeprefix(begin), DATA_TASK,
         [console.LINKED, address, gateway, ROUTE_IS_THERE, console.LINKED, console.BACK_ON, console.LINKED])
     await_multicast(rig)
-    assert rig.multicast_since(0, ttl=7) == console.multicast_opening(ttl=7)
+    opening = console.multicast_opening(ttl=7)
+    assert rig.multicast_since(0, opening) == opening
 
 
 def test_second_start_finds_its_directories(report):

@@ -4,9 +4,10 @@ import shutil
 
 import pytest
 
+from quendal_tools.board import console
 from quendal_tools.board.layout import APPLICATION, DEST, WORK, static_configuration
+from quendal_tools.configuration.example import ADDRESS, GATEWAY
 from quendal_tools.configuration.ini_text import with_keys
-from support import console
 
 INI = WORK + "/Quendal_L.ini"
 STATIC = WORK + "/IPAddress.ini"
@@ -50,7 +51,7 @@ def test_missing_ini_with_all_directories_there_creates_nothing(start):
 
 
 def bad_static_files():
-    good = static_configuration("192.168.77.10", "192.168.77.1")
+    good = static_configuration(ADDRESS, GATEWAY)
     for key in ("IP", "NetworkMask", "DefaultGateway"):
         yield pytest.param(with_keys(good, {key: None}), id="without " + key)
     yield pytest.param("", id="empty")

@@ -2,14 +2,15 @@
 
 import pytest
 
+from quendal_tools.board import console
 from quendal_tools.board.layout import WORK, static_configuration
 from quendal_tools.board.waiting import wait_until
+from quendal_tools.configuration.example import ADDRESS, GATEWAY
 from quendal_tools.configuration.ini_text import with_keys
-from support import console
-from support.static_address import ADDRESS, CYCLE_COMMANDS, GATEWAY, START_UP_COMMANDS, nothing_to_kill
+from support.static_address import SET_ADDRESS, CYCLE_COMMANDS, SET_GATEWAY, START_UP_COMMANDS, nothing_to_kill
 
 STATIC = WORK + "/IPAddress.ini"
-GOOD = static_configuration("192.168.77.10", "192.168.77.1")
+GOOD = static_configuration(ADDRESS, GATEWAY)
 TOLERANCE = 0.05
 
 
@@ -25,8 +26,8 @@ def test_commands_run_in_order_two_seconds_apart_and_again_in_the_first_cycle(ma
 
     times, texts = zip(*rig.board.commands())
     assert list(texts) == START_UP_COMMANDS + CYCLE_COMMANDS
-    for first in (texts.index(ADDRESS), len(START_UP_COMMANDS) + 1):
-        assert texts[first:first + 2] == (ADDRESS, GATEWAY)
+    for first in (texts.index(SET_ADDRESS), len(START_UP_COMMANDS) + 1):
+        assert texts[first:first + 2] == (SET_ADDRESS, SET_GATEWAY)
         assert times[first + 1] - times[first] >= 2 - TOLERANCE
     assert up - times[-1] >= 3 - TOLERANCE
     assert times[len(START_UP_COMMANDS)] - times[len(START_UP_COMMANDS) - 1] >= 3 - TOLERANCE
@@ -37,16 +38,16 @@ def test_address_and_route_are_really_set_and_the_port_opens(make_rig):
 
     rig.await_open()
 
-    assert "inet 192.168.77.10/24" in rig.board.run(["ip", "-4", "address", "show", "dev", "eth0"]).stdout
-    assert "default via 192.168.77.1 dev eth0" in rig.board.run(["ip", "route"]).stdout
+    assert f"inet {rig.board.address}/24" in rig.board.run(["ip", "-4", "address", "show", "dev", "eth0"]).stdout
+    assert f"default via {rig.board.pc.address} dev eth0" in rig.board.run(["ip", "route"]).stdout
     rig.assert_good_transfer()
 
 
-@pytest.mark.parametrize("dns, second", [("10.0.0.53", "10.0.0.53"), (None, "192.168.77.1"), ("abc def", "abc def")])
+@pytest.mark.parametrize("dns, second", [("10.0.0.53", "10.0.0.53"), (None, GATEWAY), ("abc def", "abc def")])
 def test_resolv_conf_holds_the_public_server_and_the_configured_one_or_the_gateway(make_rig, dns, second):
     rig = make_rig(files={STATIC: with_keys(GOOD, {"DNS": dns}), "/etc/resolv.conf": "nameserver 1.1.1.1\n" * 5})
 
-    rig.service.wait_for(ADDRESS)
+    rig.service.wait_for(SET_ADDRESS)
 
     assert rig.board.path("/etc/resolv.conf").read_bytes() == f"nameserver 8.8.8.8\nnameserver {second}\n".encode()
 
@@ -67,12 +68,12 @@ def test_without_the_file_neither_resolv_conf_nor_the_address_is_touched(rig):
 
 
 @pytest.mark.parametrize("keys, refused, run", [
-    ({"IP": "1.2.3.4; touch /tmp/owned"}, "bad IP address:[1.2.3.4; touch /tmp/owned]", GATEWAY),
-    ({"IP": "300.1.1.1"}, "bad IP address:[300.1.1.1]", GATEWAY),
-    ({"NetworkMask": "$(touch /tmp/owned)"}, "bad network mask:[$(touch /tmp/owned)]", GATEWAY),
-    ({"DefaultGateway": "`touch /tmp/owned`"}, "bad default gateway:[`touch /tmp/owned`]", ADDRESS),
-    ({"DefaultGateway": "::1"}, "bad default gateway:[::1]", ADDRESS),
-    ({"IP": "1" * 200}, f"bad IP address:[{'1' * 200}]", GATEWAY),
+    ({"IP": "1.2.3.4; touch /tmp/owned"}, "bad IP address:[1.2.3.4; touch /tmp/owned]", SET_GATEWAY),
+    ({"IP": "300.1.1.1"}, "bad IP address:[300.1.1.1]", SET_GATEWAY),
+    ({"NetworkMask": "$(touch /tmp/owned)"}, "bad network mask:[$(touch /tmp/owned)]", SET_GATEWAY),
+    ({"DefaultGateway": "`touch /tmp/owned`"}, "bad default gateway:[`touch /tmp/owned`]", SET_ADDRESS),
+    ({"DefaultGateway": "::1"}, "bad default gateway:[::1]", SET_ADDRESS),
+    ({"IP": "1" * 200}, f"bad IP address:[{'1' * 200}]", SET_GATEWAY),
 ])
 def test_value_that_is_no_address_is_named_and_only_its_command_is_not_run(make_rig, keys, refused, run):
     rig = make_rig(files={STATIC: with_keys(GOOD, keys)})
@@ -80,8 +81,8 @@ def test_value_that_is_no_address_is_named_and_only_its_command_is_not_run(make_
     rig.service.wait_for(console.DATA_TASK_START)
 
     refusal, announced = f"\nCommand not run, {refused}", console.command(run)
-    parts = announced + refusal if run == ADDRESS else refusal + announced
-    own_words = "SIOCADDRT: File exists\n" if run == GATEWAY else ""
+    parts = announced + refusal if run == SET_ADDRESS else refusal + announced
+    own_words = "SIOCADDRT: File exists\n" if run == SET_GATEWAY else ""
     assert console.before_tasks(rig.text_since(0)) == console.start_up(
         static=nothing_to_kill(rig.board) + parts + own_words)
     assert run in [text for _, text in rig.board.commands()]

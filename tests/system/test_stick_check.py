@@ -2,15 +2,14 @@
 
 import pytest
 
-from quendal_tools.configuration.identity import Numbers
+from quendal_tools.configuration.example import NUMBERS
+from quendal_tools.protocol.control_files import STOP_MARKER
 from quendal_tools.stick import media
 from quendal_tools.stick.forecast import foresee
 from support import stick
 from support.stick import start_with_stick
 
-OWN = Numbers(1, 2, 3)
 SERVED_SECONDS = 90
-STOP_MARKER = "kvXferStop.sys"
 FILES = {"FileList.sys": "x.zip\r\n", "FLDnCare.sys": "x.zip\r\n", "x.zip": "archive", "clip.ts": "video"}
 
 
@@ -46,7 +45,7 @@ def test_the_service_does_what_was_foreseen(make_rig, parts):
         for part in parts:
             part(drive)
 
-        forecasts.append(foresee(media.FolderStick(drive.path()), OWN))
+        forecasts.append(foresee(media.FolderStick(drive.path()), NUMBERS))
 
     forecasts = []
     rig, _ = start_with_stick(make_rig, prepare)

@@ -4,9 +4,11 @@ import signal
 
 import pytest
 
+from quendal_tools.board import console
 from quendal_tools.board.waiting import wait_until
 from quendal_tools.protocol import packet
-from support import console, packets
+from support import packets
+from support.interleaving import is_interleaving
 from support.rig import REOPEN_SECONDS, peer_of
 
 AT_ONCE = 6
@@ -67,12 +69,12 @@ def test_in_the_cycle_after_link_down(make_rig, number):
 
 
 def test_idle_with_the_link_up(rig, number):
-    rig.service.wait_for(console.MULTICAST_OPEN)
+    rig.service.wait_for(console.MULTICAST_RESUMED)
     mark = rig.service.mark()
 
     assert stop(rig, number) == 0
     assert rig.text_since(mark) == console.CLOSING + console.CLOSED + console.CEASED
-    assert rig.multicast_since(mark) == console.MULTICAST_CLOSING + console.MULTICAST_CEASED
+    assert rig.multicast_since(mark) == console.MULTICAST_PAUSED + console.MULTICAST_CEASED
     rig.assert_woken("NETW_UP")
 
 
@@ -96,7 +98,7 @@ def test_in_a_transfer_whose_peer_has_stalled(rig, number):
         # The failed store waits its five seconds and releases the display before the end.
         assert stop(rig, number, within=15) == 0
 
-    assert console.is_interleaving(
+    assert is_interleaving(
         rig.text_since(mark),
         [console.connected(peer), console.file_named("stalled.bin"),
          console.exception("DataRxFileElement<pos:3>::", "Illegal state: the service is stopping"),
@@ -141,12 +143,12 @@ def test_during_the_five_seconds_of_the_stop_marker(rig, number):
 
 def test_during_a_dhcp_client_that_takes_its_time(make_rig, number):
     rig = make_rig(before_start=lambda board: board.replace_command("dhcpcd", SLOW_CLIENT))
-    rig.service.wait_for("dhcpcd up eth0 cmd rc code", timeout=20)
+    rig.service.wait_for(console.DHCP, timeout=20)
 
     assert stop(rig, number, within=15) == 0
-    assert console.is_interleaving(
+    assert is_interleaving(
         rig.text_since(0).removeprefix(console.start_up()),
-        [console.LINKED, "dhcpcd up eth0 cmd rc code", "0", console.LINKED, console.BACK_ON, console.LINKED],
+        [console.LINKED, console.DHCP, "0", console.LINKED, console.BACK_ON, console.LINKED],
         [console.DATA_TASK_START, console.WAITING, *console.CLOSED_MESSAGES, console.CEASED])
 
 

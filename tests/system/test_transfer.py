@@ -6,10 +6,12 @@ import socket
 
 import pytest
 
+from quendal_tools.board import console
 from quendal_tools.board.layout import TARGET
+from quendal_tools.configuration.example import DATA_PORT
 from quendal_tools.protocol import packet
-from support import console, packets
-from support.rig import PORT, await_acknowledged, peer_of
+from support import packets
+from support.rig import await_acknowledged, peer_of
 
 SIZES = [1, 1023, 1024, 1025, 65535, 65536, 65537, 1_000_000]
 EMPTY = packet.file_packet("end.bin", b"")
@@ -21,9 +23,9 @@ def content(size):
 
 def test_port_is_open_on_every_address_and_sixty_four_connections_may_wait(shared_rig):
     state, _, waiting, address, *_ = shared_rig.board.run(
-        ["ss", "-ltnH", f"sport = :{PORT}"], check=True).stdout.split()
+        ["ss", "-ltnH", f"sport = :{DATA_PORT}"], check=True).stdout.split()
 
-    assert (state, int(waiting), address) == ("LISTEN", 64, f"0.0.0.0:{PORT}")
+    assert (state, int(waiting), address) == ("LISTEN", 64, f"0.0.0.0:{DATA_PORT}")
 
 
 def test_files_of_all_sizes_on_one_connection_are_stored_as_sent(shared_rig):

@@ -4,9 +4,10 @@ import time
 
 import pytest
 
+from quendal_tools.board import console
 from quendal_tools.board.waiting import wait_until
 from quendal_tools.protocol import packet
-from support import console, packets
+from support import packets
 from support.rig import NOTICED_LATE, REOPEN_SECONDS, peer_of
 
 LIST = packet.file_packet("FileList.sys", b"a\r\n")

@@ -5,23 +5,20 @@ import tarfile
 
 import pytest
 
+from quendal_tools.board import stick_console
 from quendal_tools.board.layout import APPLICATION, LOG, WORK
+from quendal_tools.board.stick_console import EDGE, EMPTY, HUB, LAYOUT
 from support import stick
 from support.stick import RESTART, start_with_stick
 
 TOLERANCE = 0.05
-EDGE = "\n###########################################################"
-EMPTY = (EDGE + "\n######        The Plug-in USB Drive is EMPTY!        ######"
-         "\n######   Gonna create KVSOURCE Folder for Zip File   ######")
 NOT_EMPTY = (EDGE + "\n######       The Plug-in USB Drive NOT empty.        ######"
              "\n######             There is No action!               ######")
 RETRIEVING = (EDGE + "\n######           KVSOURCE found on usb drive!        ######"
               "\n######    USB Device is retrieving Zipped Source     ######")
-HUB = "\n######      Copying Package_Hub.zip file......       ######"
-LAYOUT = "\n######      Copying Package_Lyt.zip file......       ######"
 ARCHIVE_LOG = "\n######       Copying LogZipTmp.dat file......        ######"
-RESTARTING = EDGE + "\nGoing to reboot device......"
-END = stick.searching("sda1") + stick.NOT_FOUND
+RESTARTING = EDGE + stick_console.RESTARTING
+END = stick_console.searching("sda1") + stick_console.NOT_FOUND
 STAMP = r"\d\d:\d\d:\d\d\t\d\d/\d\d/\d{4} - "
 
 

@@ -4,15 +4,17 @@ import re
 
 import pytest
 
+from quendal_tools.board import console, stick_console
 from quendal_tools.board.layout import TARGET
-from support import console, stick
+from quendal_tools.board.stick_console import FINISHED, FORMAT_ERROR
+from quendal_tools.configuration.example import LIST_NAME
+from quendal_tools.protocol.control_files import STOP_MARKER
+from support import stick
 from support.rig import NOTICED_LATE
 from support.stick import SERVED_SECONDS, start_with_stick
 
 TOLERANCE = 0.05
 TIME = "<time>"
-STOP_MARKER = "kvXferStop.sys"
-FINISHED = "\nFile copying finished."
 
 
 def compared(name, *, equal, weight=None):
@@ -44,7 +46,7 @@ def holds(text, expected):
 
 def served(folder="1.2.3", equal="111", weight=111):
     """All that is written up to the choice of the only folder."""
-    return (stick.attached() + stick.searching("sda1") + "\nKVCFG found on usb drive!" +
+    return (stick.attached() + stick_console.searching("sda1") + "\nKVCFG found on usb drive!" +
             compared(folder, equal=equal, weight=weight) + chosen(folder))
 
 
@@ -59,7 +61,7 @@ def test_listed_files_are_announced_copied_synced_marked_and_completed(make_rig)
 
     completed = rig.display.wait_for("RXCOMPLETE", timeout=60)
 
-    assert holds(rig.text_since(0), served() + stick.listed(file_list) + copying(*names) + FINISHED)
+    assert holds(rig.text_since(0), served() + stick_console.listed(file_list) + copying(*names) + FINISHED)
     assert {name: rig.stored(name) for name in names} == contents
     assert rig.stored(STOP_MARKER) == b""
     assert stick.in_target(rig) == sorted([*names, STOP_MARKER])
@@ -136,7 +138,7 @@ def test_stick_without_a_fitting_folder_is_only_reported(make_rig):
 
     rig.await_open(timeout=60)
 
-    assert (stick.attached() + stick.searching("sda1") + "\nKVCFG found on usb drive!" +
+    assert (stick.attached() + stick_console.searching("sda1") + "\nKVCFG found on usb drive!" +
             compared("2.2.3", equal="011") + "\nno match valid folder in KVCFG folder!") in rig.text_since(0)
     assert stick.in_target(rig) == []
     rig.assert_woken("NETW_UP")
@@ -166,7 +168,7 @@ def test_bad_entry_cancels_the_whole_list(make_rig, file_list):
     rig, _ = start_with_stick(make_rig, prepare)
     rig.await_open(timeout=60)
 
-    assert served() + stick.listed(file_list) + stick.FORMAT_ERROR + console.DHCP_OK in rig.text_since(0)
+    assert served() + stick_console.listed(file_list) + FORMAT_ERROR + console.DHCP_OK in rig.text_since(0)
     assert stick.in_target(rig) == []
     rig.assert_woken("NETW_UP")
 
@@ -179,7 +181,7 @@ def test_absent_file_ends_the_duties_and_the_link_is_judged_in_the_same_cycle(ma
     rig.await_open(timeout=60)
 
     path = "/data/home/sda1/KVCFG/1.2.3/absent.zip"
-    assert holds(rig.text_since(0), served() + stick.listed("a#0#x.zip;b#0#absent.zip") +
+    assert holds(rig.text_since(0), served() + stick_console.listed("a#0#x.zip;b#0#absent.zip") +
                  copying("x.zip", "absent.zip") +
                  console.exception("MainTask:", f"File not found: {path}: No such file or directory") + console.DHCP_OK)
     assert stick.in_target(rig) == ["x.zip"]
@@ -188,7 +190,7 @@ def test_absent_file_ends_the_duties_and_the_link_is_judged_in_the_same_cycle(ma
 
 @pytest.mark.long(25)
 def test_list_without_its_key_ends_the_duties(make_rig):
-    rig, _ = start_with_stick(make_rig, lambda drive: drive.write(f"KVCFG/1.2.3/{stick.LIST_FILE}", "[other]\nx = y\n"))
+    rig, _ = start_with_stick(make_rig, lambda drive: drive.write(f"KVCFG/1.2.3/{LIST_NAME}", "[other]\nx = y\n"))
 
     rig.await_open(timeout=60)
 

@@ -2,18 +2,19 @@
 
 import pytest
 
+from quendal_tools.board import stick_console
 from support import stick
 from support.stick import NEXT_CYCLE_SECONDS, SERVED_SECONDS, start_with_stick
 
 TOLERANCE = 0.05
 UNRELEASED = "\nunmounting failures...CFG usb thumbdrive still plugged,pls remove..."
-ONLY_SEARCHED = stick.searching("sda1") + stick.NOT_FOUND
+ONLY_SEARCHED = stick_console.searching("sda1") + stick_console.NOT_FOUND
 
 
 @pytest.mark.long(60)
 def test_stick_is_served_once_released_when_pulled_and_served_again(make_rig):
     rig, drive = start_with_stick(make_rig)
-    first = rig.service.wait_for(stick.NOT_FOUND, SERVED_SECONDS)
+    first = rig.service.wait_for(stick_console.NOT_FOUND, SERVED_SECONDS)
     assert stick.attached() + ONLY_SEARCHED in rig.text_since(0)
     assert stick.commands_of(rig) == stick.mount_commands()
 
@@ -26,15 +27,15 @@ def test_stick_is_served_once_released_when_pulled_and_served_again(make_rig):
     assert stick.commands_of(rig) == stick.mount_commands()
 
     drive.pull()
-    rig.service.wait_for("\nto umount drv:sda1", NEXT_CYCLE_SECONDS, after=first)
+    rig.service.wait_for(stick_console.releasing("sda1"), NEXT_CYCLE_SECONDS, after=first)
     rig.display.wait_for("NETW_DN", count=3, timeout=NEXT_CYCLE_SECONDS)
     released = [*stick.mount_commands(), "sudo umount /data/home/sda1"]
     assert stick.commands_of(rig) == released
-    assert rig.text_since(0).count("\nto umount drv:") == 1
+    assert rig.text_since(0).count(stick_console.releasing("")) == 1
 
     second = rig.service.mark()
     drive.plug("sda", "sda1")
-    rig.service.wait_for(stick.NOT_FOUND, SERVED_SECONDS, after=second)
+    rig.service.wait_for(stick_console.NOT_FOUND, SERVED_SECONDS, after=second)
     assert stick.attached() + ONLY_SEARCHED in rig.text_since(second)
     assert stick.commands_of(rig) == [*released, *stick.mount_commands()]
 
@@ -44,7 +45,7 @@ def test_mount_waits_eight_seconds_for_the_kernel_and_three_for_the_mount(make_r
     rig, _ = start_with_stick(make_rig, lambda drive: drive.make_folder("KVBAK"))
     started = rig.board.path("/opt/board/block-devices/sda1").stat().st_mtime
 
-    rig.service.wait_for(stick.NOT_FOUND, SERVED_SECONDS)
+    rig.service.wait_for(stick_console.NOT_FOUND, SERVED_SECONDS)
 
     released = stick.times_of(rig, "sudo umount /data/home/sda1")[0]
     mounted = stick.times_of(rig, stick.mount_commands()[-1])[0]
@@ -57,9 +58,9 @@ def test_mount_waits_eight_seconds_for_the_kernel_and_three_for_the_mount(make_r
 def test_drive_without_a_partition_is_mounted_itself_and_released_once_before(make_rig):
     rig, _ = start_with_stick(make_rig, names=["sda"])
 
-    rig.service.wait_for(stick.NOT_FOUND, SERVED_SECONDS)
+    rig.service.wait_for(stick_console.NOT_FOUND, SERVED_SECONDS)
 
-    assert stick.echoed("sda") + stick.found("sda") + stick.mounting("sda") in rig.text_since(0)
+    assert stick.echoed("sda") + stick_console.found("sda") + stick_console.mounting("sda") in rig.text_since(0)
     assert stick.commands_of(rig) == stick.mount_commands("sda")[1:]
 
 
@@ -82,7 +83,7 @@ def test_mount_that_fails_is_not_noticed_but_for_the_missing_folders(make_rig):
 
     rig, _ = start_with_stick(make_rig, prepare)
 
-    rig.service.wait_for(stick.NOT_FOUND, SERVED_SECONDS)
+    rig.service.wait_for(stick_console.NOT_FOUND, SERVED_SECONDS)
 
     assert stick.attached() + ONLY_SEARCHED in rig.text_since(0)
     assert stick.commands_of(rig) == stick.mount_commands()
@@ -94,13 +95,13 @@ def test_stick_that_cannot_be_released_is_left_until_it_was_pulled(make_rig):
     served = rig.service.wait_for("\nno match valid folder in KVCFG folder!", SERVED_SECONDS)
     drive.pull()
     drive.refuse_releases()
-    rig.service.wait_for("\nto umount drv:sda1", NEXT_CYCLE_SECONDS, after=served)
+    rig.service.wait_for(stick_console.releasing("sda1"), NEXT_CYCLE_SECONDS, after=served)
     drive.plug("sda", "sda1")
 
     left = rig.service.wait_for(UNRELEASED, SERVED_SECONDS, after=served)
     refused = stick.commands_of(rig)
     assert refused == [*stick.mount_commands(), *3 * ["sudo umount /data/home/sda1"]]
-    assert stick.echoed("sda", "sda1") + 2 * stick.found("sda1") + UNRELEASED in rig.text_since(served)
+    assert stick.echoed("sda", "sda1") + 2 * stick_console.found("sda1") + UNRELEASED in rig.text_since(served)
 
     # It is not tried again although it could be released by now.
     drive.allow_releases()
@@ -109,6 +110,6 @@ def test_stick_that_cannot_be_released_is_left_until_it_was_pulled(make_rig):
     assert stick.commands_of(rig) == refused
 
     drive.pull()
-    pulled = rig.service.wait_for("\nto umount drv:sda1", NEXT_CYCLE_SECONDS, after=left)
+    pulled = rig.service.wait_for(stick_console.releasing("sda1"), NEXT_CYCLE_SECONDS, after=left)
     drive.plug("sda", "sda1")
-    rig.service.wait_for(stick.searching("sda1"), SERVED_SECONDS, after=pulled)
+    rig.service.wait_for(stick_console.searching("sda1"), SERVED_SECONDS, after=pulled)

@@ -4,14 +4,14 @@ import time
 
 import pytest
 
+from quendal_tools.board import console, stick_console
 from quendal_tools.board.waiting import wait_until
-from support import console, stick
+from support import stick
 from support.stick import SERVED_SECONDS, Stick, start_with_stick
 
 # Shorter than what is left of the wait that is cut short.
 AT_ONCE = 2.5
 CYCLE_SECONDS = 3
-FINISHED = "\nFile copying finished."
 SLOW_SECONDS = 6
 SLOW = """#!/bin/sh
 touch /run/{name}
@@ -83,7 +83,7 @@ def test_stop_after_the_announcement_still_brings_the_files(make_rig):
 @pytest.mark.long(25)
 def test_stop_after_the_last_file_completes_the_transfer(make_rig):
     rig, _ = start_with_stick(make_rig, write_announced_list)
-    rig.service.wait_for(FINISHED, SERVED_SECONDS)
+    rig.service.wait_for(stick_console.FINISHED, SERVED_SECONDS)
 
     assert stop(rig) == 0
     rig.display.wait_for("RXCOMPLETE")
@@ -101,8 +101,8 @@ def test_transfer_arrives_while_an_export_takes_its_time(make_rig, name, folder)
 
     rig.assert_good_transfer()
 
-    assert stick.NOT_FOUND not in rig.text_since(0)
-    rig.service.wait_for(stick.NOT_FOUND, SERVED_SECONDS)
+    assert stick_console.NOT_FOUND not in rig.text_since(0)
+    rig.service.wait_for(stick_console.NOT_FOUND, SERVED_SECONDS)
     assert time.time() - begun.stat().st_mtime > SLOW_SECONDS
 
 

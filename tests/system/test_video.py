@@ -5,11 +5,12 @@ import time
 
 import pytest
 
+from quendal_tools.board import console
 from quendal_tools.board.waiting import wait_until
-from support import console
+from quendal_tools.configuration.example import VIDEO_GROUP
 from support.recording import recording, tcpdump_count
 from support.rig import LINK_UP_SECONDS
-from support.stream import GROUP, OTHER_GROUP, PacketCounter, send, stream
+from support.stream import OTHER_GROUP, PacketCounter, send, stream
 
 OPENED = "\npcap_open_live OK!\n\nhandle ether, DLT: 1"
 OPEN_FAILED = "\npcap_open_live, err:"
@@ -17,7 +18,7 @@ SILENCE = "NETW_UTIL_DN"
 SILENT_SECONDS = 31
 # The watch looks once a second, and the kernel keeps a packet for up to a second.
 EARLY, LATE = 1.2, 6
-FILTER = f"(ip multicast) and (dst {GROUP})"
+FILTER = f"(ip multicast) and (dst {VIDEO_GROUP})"
 NO_RIGHTS = ["setpriv", "--bounding-set=-all", "--inh-caps=-all"]
 
 
@@ -25,7 +26,7 @@ NO_RIGHTS = ["setpriv", "--bounding-set=-all", "--inh-caps=-all"]
 def watching(make_rig):
     """Starts a service that watches the stream, and waits for its capture."""
     def start(**options):
-        rig = make_rig(ini={"videoMcIp": GROUP}, **options)
+        rig = make_rig(ini={"videoMcIp": VIDEO_GROUP}, **options)
         rig.await_open()
         rig.service.wait_for(OPENED)
         return rig
@@ -58,13 +59,13 @@ def test_stream_that_never_comes_is_reported_after_31_seconds_and_every_31_secon
 @pytest.mark.long(100)
 def test_stream_that_stops_is_reported_31_seconds_later_and_a_single_packet_puts_that_off(watching):
     rig = watching()
-    with stream(rig.board, GROUP):
+    with stream(rig.board, VIDEO_GROUP):
         time.sleep(8)
     stopped = time.time()
 
     first = rig.display.wait_for(SILENCE, timeout=45)
     time.sleep(20)
-    send(rig.board, GROUP)
+    send(rig.board, VIDEO_GROUP)
     single = time.time()
     second = rig.display.wait_for(SILENCE, count=2, timeout=45)
 
@@ -87,7 +88,7 @@ def test_other_groups_and_other_traffic_are_no_stream(watching):
 def test_stream_that_runs_is_never_reported(watching):
     rig = watching()
 
-    with stream(rig.board, GROUP, interval=0.5), pytest.raises(TimeoutError):
+    with stream(rig.board, VIDEO_GROUP, interval=0.5), pytest.raises(TimeoutError):
         rig.display.wait_for(SILENCE, timeout=SILENT_SECONDS + LATE)
 
     assert rig.display.names() == ["NETW_UP"]
@@ -105,7 +106,7 @@ def test_lost_link_is_no_silence_and_the_capture_goes_on_behind_it(watching):
     assert silences(rig) == 0
 
     # Those 12 seconds still count: without a packet, silence would come in less than 20 more.
-    with stream(rig.board, GROUP, interval=0.5), pytest.raises(TimeoutError):
+    with stream(rig.board, VIDEO_GROUP, interval=0.5), pytest.raises(TimeoutError):
         rig.display.wait_for(SILENCE, timeout=25)
     assert rig.service.stderr_text().count(OPENED) == 1
 
@@ -113,14 +114,14 @@ def test_lost_link_is_no_silence_and_the_capture_goes_on_behind_it(watching):
 def test_counts_what_tcpdump_counts_with_the_same_filter(watching, quendal, tmp_path):
     rig = watching()
     counter = PacketCounter(rig.service, quendal)
-    wait_until(lambda: send(rig.board, GROUP) or counter.read(), 5, "the first packet")
+    wait_until(lambda: send(rig.board, VIDEO_GROUP) or counter.read(), 5, "the first packet")
     time.sleep(1.5)  # until what has been sent for that has been handed over
     before = counter.read()
 
     with recording(rig.board, tmp_path / "eth0.pcap"):
         for _ in range(100):
             send(rig.board, OTHER_GROUP, 5)
-            send(rig.board, GROUP, 20)
+            send(rig.board, VIDEO_GROUP, 20)
             send(rig.board, rig.board.address, 5)
         wait_until(lambda: counter.read() - before >= 2000, 5, "2000 packets")
         time.sleep(1.5)
@@ -143,7 +144,7 @@ def test_ends_within_two_seconds_in_a_capture_without_packets(watching, number):
 @pytest.mark.parametrize("number", [signal.SIGTERM, signal.SIGINT])
 def test_ends_within_two_seconds_in_a_capture_with_packets(watching, number):
     rig = watching()
-    with stream(rig.board, GROUP, interval=0.001):
+    with stream(rig.board, VIDEO_GROUP, interval=0.001):
         begin = time.monotonic()
         rig.service.send_signal(number)
 
@@ -152,7 +153,7 @@ def test_ends_within_two_seconds_in_a_capture_with_packets(watching, number):
 
 
 def test_without_the_right_to_capture_that_is_said_once_and_the_service_goes_on(make_rig):
-    rig = make_rig(ini={"videoMcIp": GROUP}, wrapper=NO_RIGHTS)
+    rig = make_rig(ini={"videoMcIp": VIDEO_GROUP}, wrapper=NO_RIGHTS)
     rig.await_open()
 
     rig.service.wait_for(OPEN_FAILED + "eth0: ")

@@ -4,10 +4,10 @@ import pytest
 from rich.console import Console
 
 from quendal_tools.commands.stick_report import tell
+from quendal_tools.configuration.example import LIST_NAME
 from quendal_tools.configuration.identity import Numbers
 from quendal_tools.stick import media
 from quendal_tools.stick.forecast import foresee
-from quendal_tools.stick.rules import LIST_NAME
 
 OWN = Numbers(1, 2, 3)
 

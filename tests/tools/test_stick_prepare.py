@@ -6,12 +6,12 @@ import sys
 
 import pytest
 
+from quendal_tools.configuration.example import LIST_NAME
 from quendal_tools.configuration.identity import Numbers
 from quendal_tools.stick import media, prepare
 from quendal_tools.stick.forecast import foresee
 from quendal_tools.stick.media import StickError
 from quendal_tools.stick.prepare import Configuration
-from quendal_tools.stick.rules import LIST_NAME
 
 TRANSMITTER = pathlib.Path(__file__).resolve().parents[2] / "tools/transmitter"
 OWN = Numbers(1, 2, 3)

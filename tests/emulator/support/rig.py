@@ -2,12 +2,13 @@
 
 from quendal_tools.board.layout import TARGET
 from quendal_tools.board.waiting import wait_until
+from quendal_tools.configuration.example import DATA_PORT
 from quendal_tools.protocol.sending import Transmitter
 
 # Emulation is slow, and slower when several boards start at once.
 PATIENCE = 200
 
-_LISTENING = ":C418 00000000:0000 0A"  # as /proc/net/tcp puts it: port 50200, nobody connected, listening
+_LISTENING = f":{DATA_PORT:04X} 00000000:0000 0A"  # as /proc/net/tcp puts it: nobody connected, listening
 
 
 class Rig:

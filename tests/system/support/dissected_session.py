@@ -5,6 +5,7 @@ import pathlib
 import re
 import socket
 
+from quendal_tools.board import console
 from quendal_tools.protocol import packet
 from support import dissection, multicast
 from support.multicast import Transmitter, request_packet
@@ -120,7 +121,7 @@ def send_noticed(rig, transmitter):
     """The display has come to this; returns the offset behind what it has said so far."""
     mark = rig.service.mark()
     transmitter.send(NOTICED)
-    return rig.service.wait_for(multicast.FILE_NOT_TAKEN, after=mark)
+    return rig.service.wait_for(console.ALIVE_FILE_NOT_TAKEN, after=mark)
 
 
 def send_datagrams(rig, transmitter):

@@ -1,7 +1,8 @@
 """A target directory with traps in it, and the proof that a refused name has changed nothing."""
 
+from quendal_tools.board import console
 from quendal_tools.board.layout import APPLICATION, TARGET
-from support import console, packets
+from support import packets
 
 OUTSIDE = "/data/outside"
 

@@ -5,11 +5,10 @@ Names that cost seconds (refused ones, the stop marker, the reboot request) are 
 
 import struct
 
+from quendal_tools.board import console
 from quendal_tools.protocol import packet
-from support import console
 
 MAX_HEADER, MAX_STATUS, MAX_NAME, MAX_LEAF = 1026, 1024, 1023, 255
-FORMAT_ERROR = "Error Network packet format detected,disconnecting..."
 
 
 class Costly(Exception):
@@ -105,10 +104,10 @@ def header(source):
     begin = source.take(4, 259, "DataProcHeader<pos:0>:")
     length = struct.unpack("<I", begin)[0]
     if not packet.HEADER_LENGTH <= length <= MAX_HEADER:
-        raise End(516, "\nDataProcHeader:" + FORMAT_ERROR)
+        raise End(516, console.HEADER_REFUSED)
     rest = source.take(length - 4, 515, "DataProcHeader<pos:1>:")
     if struct.unpack_from("<I", rest, 12)[0] != packet.SIGNATURE:
-        raise End(516, "\nDataProcHeader:" + FORMAT_ERROR)
+        raise End(516, console.HEADER_REFUSED)
     source.elements = rest[2]
     return source.elements
 
@@ -116,10 +115,10 @@ def header(source):
 def status(source):
     length = struct.unpack("<I", source.take(4, 515, "DataRxCmdStatus<pos:0>:"))[0]
     if not 8 <= length <= MAX_STATUS:
-        raise End(1027, "\nDataRxCmdStatus:" + FORMAT_ERROR)
+        raise End(1027, console.STATUS_REFUSED)
     rest = source.take(length - 4, 771, "DataRxCmdStatus<pos:1>:")
     if struct.unpack_from("<H", rest, 0)[0] not in (1, 2):
-        raise End(1027, "\nDataRxCmdStatus:" + FORMAT_ERROR)
+        raise End(1027, console.STATUS_REFUSED)
 
 
 def is_costly(name):

@@ -1,71 +1,36 @@
 """The multicast side: what the service writes about it, and a transmitter that sees every byte."""
 
 import contextlib
-import re
 import select
 import socket
 import struct
 import time
 
+from quendal_tools.board import console
 from quendal_tools.board.waiting import wait_until
+from quendal_tools.configuration.example import GATEWAY, GROUP, GROUP_PORT, NUMBERS
 from quendal_tools.protocol import alive, packet
 
-GROUP, GROUP_PORT = "239.255.77.1", 50100
 HEARTBEAT = bytes.fromhex("14000000 5CC50200 00000000 00000000 E88EA5A5 09000000 02000000 01")
 REPLY_INTERVAL = 6
 PATIENCE = 15
 
 _IP_RECVTTL = 12  # which the socket module does not name
 
-TRIGGER = "\nMcTask: trigger has arrived, init/re-init mc socket..."
-SETTINGS = "\nmttl:{ttl}\nmcRxTimeout:1\nmcTxTimeout:1"
-RESUMED = "mc thread resume!\n"
-OPENED = TRIGGER + SETTINGS.format(ttl=1) + RESUMED
-CLOSING = "\nMcTask: triggered to pause, closing sock..."
-PAUSED = CLOSING + "\nMcTask paused"
-CEASED = "\nMcTask ceased to operate"
-FORMAT_ERROR = "\nError Network packet format detected,disconnecting..."
-SEND_FAILED = ("\nSend_mcLCDpacket w/o file: Exception Met sending 3-elem mcast!\nException Message:Invalid argument")
-# A reply by multicast never leaves: its three failures are what can be seen of it.
-REPLY_BY_MULTICAST = SEND_FAILED * 3
-FILE_NOT_TAKEN = "\nExcp met handling chk alive file element\nException Message:"
-NOT_RECEIVED = ("\nMcTask: Exception Met during receive/listen!"
-                "\nException Info:Invalid socket: not bound, or not in its group")
 
-_RELAUNCH = re.compile(r"relauching mcast thread at hour:\d+\.\.\.")
-_OWN_WORDS = re.compile("|".join([
-    _RELAUNCH.pattern, re.escape(TRIGGER), r"\nmttl:-?\d+", r"\nmc[RT]xTimeout:1", re.escape(RESUMED),
-    re.escape(CLOSING), r"\nMcTask paused", re.escape(CEASED), re.escape(NOT_RECEIVED),
-    r"\nMcTask: Exception Met!\nException Message:.*?(?=mc thread resume!)"]))
-
-
-def opening_failed(message, settings=""):
-    return TRIGGER + settings + f"\nMcTask: Exception Met!\nException Message:{message}" + RESUMED
-
-
-def without_relaunch(text, opening=OPENED):
-    """At some hours of the day the service opens its socket once more: leaves the words about that out."""
-    return _RELAUNCH.sub("", re.sub(_RELAUNCH.pattern + re.escape(PAUSED + opening), "", text))
-
-
-def text_since(rig, mark, opening=OPENED):
+def text_since(rig, mark):
     """All that has been written since then, but for a relaunch."""
-    return without_relaunch(rig.service.stderr_text()[mark:], opening)
-
-
-def own_text(rig, opening=OPENED):
-    """What the multicast task has written since the start, without the other tasks' words between."""
-    return without_relaunch("".join(_OWN_WORDS.findall(rig.service.stderr_text())), opening)
+    return console.without_relaunch(rig.service.stderr_text()[mark:])
 
 
 def await_paused(rig, after):
     """Waits until the service has closed its sockets, the multicast side's first, because the link has gone."""
-    rig.service.wait_for("\nDataTask paused", timeout=40, after=after)
+    rig.service.wait_for(console.DATA_TASK_PAUSED, timeout=40, after=after)
 
 
 def await_resumed(rig, after=0):
     """Waits until the multicast socket is open; returns the offset behind the words that say so."""
-    return rig.service.wait_for(RESUMED, timeout=40, after=after)
+    return rig.service.wait_for(console.MULTICAST_RESUMED, timeout=40, after=after)
 
 
 def await_resumed_and_due(rig):
@@ -93,7 +58,7 @@ def request_packet(*, unit=0, column=0, group=0, content=None, words=(1, 2), com
         "file": file})
 
 
-def server_entry(port, address="192.168.77.1"):
+def server_entry(port, address=GATEWAY):
     return f"[new_alive_cfgpc_info]\nTCPserverPort={port}\nTCPserverIP={address}\n".encode()
 
 
@@ -165,7 +130,7 @@ class Transmitter:
         return data, source, ttl, time.time()
 
 
-def reply_bytes(board, *, words=(1, 2), unit=0, column=0, group=0, signature=packet.SIGNATURE, own=(1, 2, 3)):
+def reply_bytes(board, *, words=(1, 2), unit=0, column=0, group=0, signature=packet.SIGNATURE, own=NUMBERS):
     """The whole reply of a board whose group, column and unit number are own."""
     descriptor = (f"\n[Alive]\ngroupID={own[0]}\ncolumnID={own[1]}\nunitID={own[2]}\nipv4Addr={board.address}"
                   f"\nphyAddr={board.hardware_address}\n\n").encode()

@@ -11,12 +11,13 @@ import struct
 import termios
 import time
 
+from quendal_tools.board import console
 from quendal_tools.board.layout import TARGET
 from quendal_tools.board.waiting import wait_until
+from quendal_tools.configuration.example import DATA_PORT
 from quendal_tools.protocol import packet
-from support import console, packets
+from support import packets
 
-PORT = 50200
 LINK_UP_SECONDS = 30
 REOPEN_SECONDS = 20
 
@@ -58,7 +59,7 @@ class Rig:
         deadline = time.monotonic() + timeout
         while True:
             try:
-                connection = self.board.pc.connect(PORT)
+                connection = self.board.pc.connect(DATA_PORT)
                 self._await_greeting(connection, mark)
                 return connection
             except (ConnectionRefusedError, ConnectionResetError):
@@ -121,8 +122,9 @@ class Rig:
         """What has been written since then, but for the multicast and video tasks' state."""
         return console.without_multicast(self.service.stderr_text()[mark:])
 
-    def multicast_since(self, mark, ttl=1):
-        return console.multicast_part(self.service.stderr_text()[mark:], ttl)
+    def multicast_since(self, mark, opening=console.MULTICAST_OPENED):
+        """What the multicast task has written since then about its state and its failures."""
+        return console.multicast_part(self.service.stderr_text()[mark:], opening)
 
     def stored(self, name, directory=TARGET):
         """A received file's content, None when there is none."""

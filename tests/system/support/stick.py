@@ -7,10 +7,16 @@ the stick's folder instead; releasing it is the real thing.
 
 import contextlib
 
+from quendal_tools.board import stick_console
 from quendal_tools.board.layout import TARGET
 from quendal_tools.board.waiting import wait_until
+from quendal_tools.configuration.example import LIST_NAME
 from quendal_tools.sandbox.board_files import PARTITIONS_HEAD
 from quendal_tools.sandbox.board_root import BLOCK_DEVICES, PARTITIONS
+
+SERVED_SECONDS = 40
+NEXT_CYCLE_SECONDS = 30
+RESTART = "sudo systemctl reboot -i"
 
 _PLACE = "/opt/board/stick"
 _MEMORY_CARD = ["mmcblk0", "mmcblk0p1"]
@@ -23,8 +29,6 @@ _UNMOUNT = """#!/bin/sh
 exec /usr/bin/umount "$@" 2>/dev/null
 """
 _NETWORK_COMMANDS = ("sudo ifconfig", "sudo dhcpcd", "sudo ip ", "sudo rm -Rf /var/lib/dhcpcd/")
-
-LIST_FILE = "KVFILE_XFER_INSTRU.spt"
 
 
 class Stick:
@@ -56,7 +60,7 @@ class Stick:
 
     def write_folder(self, folder, file_list, files):
         """A configuration folder with its list file."""
-        self.write(f"KVCFG/{folder}/{LIST_FILE}", f"[new_local_dist_task]\nfileList = {file_list}\n")
+        self.write(f"KVCFG/{folder}/{LIST_NAME}", f"[new_local_dist_task]\nfileList = {file_list}\n")
         for name, content in files.items():
             self.write(f"KVCFG/{folder}/{name}", content)
 
@@ -96,38 +100,14 @@ def echoed(*names):
     return "".join(texts)
 
 
-def found(name):
-    return f"\nUSB drive found: [/dev/{name}]"
-
-
-def mounting(name):
-    return ("\nusb thumbdrive first time plugged,mounting..."
-            f"\nMounting USB drive......\n>>sudo mount -t vfat /dev/{name} -w /data/home/{name}")
-
-
-def searching(name):
-    return f"\nSearching /KVCFG folder in USB Device,\n>>/data/home/{name}/KVCFG......\n"
-
-
-NOT_FOUND = "\nKVCFG Not found on usb drive!"
-FORMAT_ERROR = "\nFormat error found. \r\n Ignored this layout or file update!"
-SERVED_SECONDS = 40
-NEXT_CYCLE_SECONDS = 30
-RESTART = "sudo systemctl reboot -i"
-
-
 def attached(name="sda1"):
     """All that is written from the first look at the partitions to the mount of a stick with a partition."""
-    return echoed("sda", name) + found(name) + found(name) + mounting(name)
+    return echoed("sda", name) + 2 * stick_console.found(name) + stick_console.mounting(name)
 
 
 def mount_commands(name="sda1"):
     return [f"sudo umount /data/home/{name}", f"sudo umount /data/home/{name}", f"sudo mkdir -p /data/home/{name}",
             f"sudo mount -t vfat /dev/{name} -w /data/home/{name}"]
-
-
-def listed(file_list):
-    return f"\n{58 * '*'}\n*********  Going to extract file name from fileList:[\n{file_list}]\n"
 
 
 def commands_of(rig):

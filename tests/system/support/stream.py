@@ -5,7 +5,6 @@ import socket
 import subprocess
 import threading
 
-GROUP = "239.255.77.2"
 OTHER_GROUP = "239.255.77.3"
 PORT = 5000
 DATAGRAM = bytes(1316)

@@ -10,7 +10,8 @@ from rich.console import Console
 from rich.live import Live
 
 from quendal_tools.commands.found_displays import FoundDisplays
-from quendal_tools.protocol.discovery import GROUP, PORT, Discovery, Refused, Replied
+from quendal_tools.configuration.example import GROUP, GROUP_PORT
+from quendal_tools.protocol.discovery import Discovery, Refused, Replied
 
 _DESCRIPTION = """\
 Asks the displays on the network who they are, and shows a table of those that reply.
@@ -49,7 +50,7 @@ def add_to(commands):
                           help="go on until Ctrl-C: mark heartbeats, and ask again once in a minute")
     discover.add_argument("--json", action="store_true", help="print one JSON object for each event instead")
     discover.add_argument("--address", default=GROUP, help="multicast group, lcdMcastIp (%(default)s)")
-    discover.add_argument("--port", type=_number, default=PORT, help="its port, lcdMcastPort (%(default)s)")
+    discover.add_argument("--port", type=_number, default=GROUP_PORT, help="its port, lcdMcastPort (%(default)s)")
     discover.add_argument("--interface", metavar="NAME|ADDRESS",
                           help="the interface towards the displays, instead of the routing table's choice")
     discover.add_argument("--server-port", type=_number, default=0, metavar="PORT",

@@ -8,6 +8,7 @@ import time
 from rich.console import Console
 
 from quendal_tools.commands.progress import transfer_progress
+from quendal_tools.configuration.example import ADDRESS, DATA_PORT
 from quendal_tools.protocol.control_files import DONT_CARE_LIST_FILE, LIST_FILE
 from quendal_tools.protocol.sending import Transmitter
 
@@ -16,8 +17,8 @@ _DESCRIPTION = "Sends files to a display over TCP, as one transfer: list file, t
 
 def add_to(commands):
     send = commands.add_parser("send", help="send files as one transfer", description=_DESCRIPTION)
-    send.add_argument("--host", default="192.168.77.10", help="the display's address (%(default)s)")
-    send.add_argument("--port", type=int, default=50200, help="its data port, lcdDataPort (%(default)s)")
+    send.add_argument("--host", default=ADDRESS, help="the display's address (%(default)s)")
+    send.add_argument("--port", type=int, default=DATA_PORT, help="its data port, lcdDataPort (%(default)s)")
     send.add_argument("--dont-care", action="store_true",
                       help="a transfer that the display need not react to: it goes to the scratch directory")
     send.add_argument("--list-file", type=pathlib.Path, metavar="FILE",

@@ -7,9 +7,10 @@ import sys
 from rich.console import Console
 
 from quendal_tools.commands.stick_report import tell, tell_prepared
+from quendal_tools.configuration.example import LIST_NAME
 from quendal_tools.configuration.identity import Numbers
 from quendal_tools.protocol.control_files import DONT_CARE_LIST_FILE, LIST_FILE
-from quendal_tools.stick import media, prepare, rules
+from quendal_tools.stick import media, prepare
 from quendal_tools.stick.forecast import foresee
 from quendal_tools.stick.media import StickError
 
@@ -58,7 +59,7 @@ def add_to(commands):
     check.add_argument("--raw-data", action="store_true", help="the display is set to export raw data (LOGDATA=1)")
     check.set_defaults(run=_run_check)
     for command in (prepare, check):
-        command.add_argument("--list-name", default=rules.LIST_NAME,
+        command.add_argument("--list-name", default=LIST_NAME,
                              help="name of a folder's list, usbSourceListFile (%(default)s)")
 
 

@@ -8,10 +8,11 @@ from rich.table import Table
 from quendal_tools.board.layout import TARGET
 from quendal_tools.commands.found_displays import FoundDisplays
 from quendal_tools.commands.progress import transfer_progress
+from quendal_tools.configuration.example import DATA_PORT
 from quendal_tools.protocol.control_files import LIST_FILE, STOP_MARKER, list_text
 from quendal_tools.protocol.discovery import Discovery, Replied
 from quendal_tools.protocol.sending import Transmitter
-from quendal_tools.sandbox.keeping import PORT, clock
+from quendal_tools.sandbox.keeping import clock
 
 _MEANINGS = {
     "NETW_UP": "the network came up",
@@ -96,10 +97,10 @@ class Story:
         deadline = time.monotonic() + 5
         while True:
             try:
-                return self._board.pc.connect(PORT)
+                return self._board.pc.connect(DATA_PORT)
             except ConnectionRefusedError:
                 if time.monotonic() > deadline:
-                    raise Failure(f"The service does not listen on port {PORT}.") from None
+                    raise Failure(f"The service does not listen on port {DATA_PORT}.") from None
                 time.sleep(0.05)
 
     def _await(self, wanted):

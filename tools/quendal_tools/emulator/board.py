@@ -21,6 +21,7 @@ import time
 from quendal_tools.board.display_watch import DisplayWatch
 from quendal_tools.board.layout import BIN, MAKER_WORK, TARGET, example_configuration
 from quendal_tools.board.service import Service
+from quendal_tools.configuration.example import DATA_PORT
 from quendal_tools.configuration.places import TOOLS
 from quendal_tools.emulator import guest_system
 from quendal_tools.emulator.guest_channel import GuestChannel
@@ -172,7 +173,7 @@ class EmulatedBoard:
                 stdout=errors, stderr=errors)
         try:
             self._qmp = Qmp(self.directory / "qmp", _START_TIMEOUT)
-            self._forwarded_port = self._forward_port(50200)
+            self._forwarded_port = self._forward_port(DATA_PORT)
             self._commands = GuestChannel(self.directory / "commands")
         except (TimeoutError, OSError) as error:
             told = self._output("qemu-errors").read_text().strip()

@@ -16,11 +16,9 @@ import socket
 import struct
 import time
 
+from quendal_tools.configuration.example import GROUP, GROUP_PORT
 from quendal_tools.protocol import alive, packet
 from quendal_tools.protocol.reply_server import ReplyServer
-
-GROUP = "239.255.77.1"
-PORT = 50100
 
 _MAX_DATAGRAM = 1000
 _SIOCGIFADDR = 0x8915
@@ -60,7 +58,7 @@ class Discovery:
     make_socket  makes a socket of the given kind, so that another network than this process's can be searched
     """
 
-    def __init__(self, group=GROUP, port=PORT, *, interface=None, server_port=0, ttl=1, make_socket=plain_socket):
+    def __init__(self, group=GROUP, port=GROUP_PORT, *, interface=None, server_port=0, ttl=1, make_socket=plain_socket):
         self._group = (group, port)
         self._session = random.getrandbits(32)
         self._asked_at = []

@@ -4,7 +4,7 @@
         display = board.display()
         service = board.start_service("build/release/Quendal_L", env=display.env)
         display.wait_for("NETW_UP")
-        connection = board.pc.connect(50200)
+        connection = board.pc.connect(DATA_PORT)
 
 Nothing of the host can be changed from within a board, and nothing is left of it afterwards.
 """
@@ -16,6 +16,7 @@ import shutil
 from quendal_tools.board.display_watch import DisplayWatch
 from quendal_tools.board.layout import BIN, example_configuration
 from quendal_tools.board.service import Service
+from quendal_tools.configuration.example import ADDRESS, GATEWAY
 from quendal_tools.configuration.places import TOOLS
 from quendal_tools.sandbox import board_files, messages
 from quendal_tools.sandbox.board_files import COMMANDS, COMMAND_LOG
@@ -38,8 +39,8 @@ class Board(Namespace):
     base_dir      where the files of board and network are kept on the host, if not the temporary directory
     """
 
-    def __init__(self, *, address="192.168.77.10", address_mode="preset", dhcpcd_status=0, ini=None, files=None,
-                 pc=None, pc_address="192.168.77.1", base_dir=None):
+    def __init__(self, *, address=ADDRESS, address_mode="preset", dhcpcd_status=0, ini=None, files=None,
+                 pc=None, pc_address=GATEWAY, base_dir=None):
         if address_mode not in ADDRESS_MODES:
             raise ValueError(f"address_mode is one of {', '.join(ADDRESS_MODES)}")
         self.address = address

@@ -3,6 +3,7 @@
 import time
 
 from quendal_tools.board.layout import TARGET
+from quendal_tools.configuration.example import DATA_PORT
 from quendal_tools.configuration.places import TOOLS
 from quendal_tools.sandbox import attach
 
@@ -22,7 +23,6 @@ _FLEET_HELP = """
   send one a file       {tools}/sandbox run --pc -- {tools}/transmitter send --host {first} --port {port} FILE
   get a shell on one    {tools}/sandbox shell --board 1
 """
-PORT = 50200
 
 
 def keep_running(console, board, service, display, text_end=0, event_end=0):
@@ -32,7 +32,7 @@ def keep_running(console, board, service, display, text_end=0, event_end=0):
     """
     attach.announce(board.pc, [board])
     console.print(_HELP.format(
-        address=board.address, port=PORT, tools=TOOLS, target=board.path(TARGET), cable=board.cable_name,
+        address=board.address, port=DATA_PORT, tools=TOOLS, target=board.path(TARGET), cable=board.cable_name,
         commands=board.path("/var/log/commands.log")), soft_wrap=True)
     try:
         while True:
@@ -54,7 +54,7 @@ def keep_fleet_running(console, fleet, services):
     """Says how to play with the boards, and tells of each service that ends, until Ctrl-C."""
     attach.announce(fleet.pc, fleet.boards)
     console.print(_FLEET_HELP.format(
-        count=len(services), first=fleet.boards[0].address, last=fleet.boards[-1].address, tools=TOOLS, port=PORT),
+        count=len(services), first=fleet.boards[0].address, last=fleet.boards[-1].address, tools=TOOLS, port=DATA_PORT),
         soft_wrap=True)
     running = dict(zip((board.address for board in fleet.boards), services))
     try:

@@ -5,6 +5,7 @@ import pathlib
 import subprocess
 import tempfile
 
+from quendal_tools.configuration.example import GATEWAY
 from quendal_tools.configuration.places import TOOLS
 from quendal_tools.sandbox import messages
 from quendal_tools.sandbox.namespace import Namespace, SandboxError
@@ -27,7 +28,7 @@ class SandboxUnavailable(SandboxError):
 class Pc(Namespace):
     """A PC and a bridge into which boards are plugged; its programs see the host's files and this network only."""
 
-    def __init__(self, address="192.168.77.1", base_dir=None):
+    def __init__(self, address=GATEWAY, base_dir=None):
         self.address = address
         self.directory = pathlib.Path(tempfile.mkdtemp(prefix="quendal-board-", dir=base_dir))
         self._boards = []

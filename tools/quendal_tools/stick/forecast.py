@@ -3,6 +3,7 @@
 import dataclasses
 
 from quendal_tools.configuration import ini_text
+from quendal_tools.configuration.example import LIST_NAME
 from quendal_tools.protocol.control_files import DONT_CARE_LIST_FILE, LIST_FILE
 from quendal_tools.stick import media, rules
 
@@ -28,7 +29,7 @@ class Forecast:
     restarts: bool = False
 
 
-def foresee(stick, own, list_name=rules.LIST_NAME, raw_data=False):
+def foresee(stick, own, list_name=LIST_NAME, raw_data=False):
     """The Forecast for the display with these numbers; raw_data says that it is set to export raw data."""
     forecast = Forecast()
     visible = {name for name in ("KVLOG", "KVBAK", "KVCFG", "KVSOURCE") if media.find(stick, name)[1]}

@@ -4,6 +4,7 @@ import dataclasses
 import pathlib
 import re
 
+from quendal_tools.configuration.example import LIST_NAME
 from quendal_tools.protocol.control_files import DONT_CARE_LIST_FILE, LIST_FILE, STOP_MARKER, list_text
 from quendal_tools.stick import rules
 from quendal_tools.stick.media import StickError
@@ -21,7 +22,7 @@ class Configuration:
     control_file: str | None = LIST_FILE
 
 
-def check(configurations, list_name=rules.LIST_NAME):
+def check(configurations, list_name=LIST_NAME):
     """StickError when a file cannot be listed, or would not arrive as what it is."""
     numbers = [configuration.numbers for configuration in configurations]
     if len(set(numbers)) != len(numbers):
@@ -35,7 +36,7 @@ def check(configurations, list_name=rules.LIST_NAME):
             taken[file.name.lower()] = "another file"
 
 
-def write(stick, configurations, exports=(), list_name=rules.LIST_NAME):
+def write(stick, configurations, exports=(), list_name=LIST_NAME):
     """Fills an empty stick; exports are folders such as "KVLOG". The configurations have passed the check."""
     for name in (*exports, *(("KVCFG",) if configurations else ())):
         stick.make_folder(name)

@@ -10,7 +10,6 @@ import re
 from quendal_tools.configuration.identity import Numbers
 from quendal_tools.protocol.control_files import DONT_CARE_LIST_FILE, LIST_FILE
 
-LIST_NAME = "KVFILE_XFER_INSTRU.spt"
 LIST_KEY = "new_local_dist_task.fileList"
 
 _NUMBER = re.compile(r"[ \t\n\v\f\r]*([+-]?[0-9]+)", re.ASCII)
