@@ -1,24 +1,77 @@
 #include "base/console.h"
 
+#include "base/error_stream.h"
+
 #include <Poco/Exception.h>
 
-#include <unistd.h>
-
-#include <cerrno>
+#include <mutex>
 
 namespace quendal::console {
+namespace {
 
-void write(std::string_view text) {
-  while (!text.empty()) {
-    const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
-    if (written < 0) {
-      if (errno == EINTR) {
-        continue;
-      }
+// The stream, and what it is still owed.
+class Console {
+ public:
+  void write(std::string_view text) {
+    const std::scoped_lock lock(mutex_);
+    if (text.empty()) {
       return;
     }
-    text.remove_prefix(static_cast<std::size_t>(written));
+    // In one write with the message: where only the notice had room, every second message would be one.
+    if (isBetweenMessages() && begin(dropped_ == 0 ? text : notice().append(text))) {
+      dropped_ = 0;
+    } else {
+      ++dropped_;
+    }
   }
+
+  void flush() {
+    const std::scoped_lock lock(mutex_);
+    if (isBetweenMessages() && dropped_ > 0 && begin(notice())) {
+      dropped_ = 0;
+    }
+  }
+
+ private:
+  // Completes the message whose beginning has left; false: there is still a rest of it.
+  bool isBetweenMessages() {
+    if (stream_.follow()) {
+      rest_.clear();
+      dropped_ = 0;
+    }
+    rest_.erase(0, stream_.write(rest_));
+    return rest_.empty();
+  }
+
+  std::string notice() const {
+    return "\nError stream: " + std::to_string(dropped_) + (dropped_ == 1 ? " message dropped" : " messages dropped");
+  }
+
+  // False: nothing of `text` has left. Otherwise all of it will.
+  bool begin(std::string_view text) {
+    const std::size_t written = stream_.write(text);
+    if (written > 0) {
+      rest_ = text.substr(written);
+    }
+    return written > 0;
+  }
+
+  std::mutex mutex_;  // no call under it waits
+  ErrorStream stream_;
+  std::string rest_;                // of a message whose beginning has left
+  unsigned long long dropped_ = 0;  // messages since the last one that has left
+};
+
+// Never destroyed: what ends after main may still have something to say.
+Console& console() {
+  static auto* const instance = new Console;
+  return *instance;
+}
+
+}  // namespace
+
+void write(std::string_view text) {
+  console().write(text);
 }
 
 void line(std::string_view text) {
@@ -31,6 +84,10 @@ void failure(std::string_view heading, const std::exception& failure, std::strin
   std::string message(heading);
   message.append("\n").append(label).append(failureText(failure));
   line(message);
+}
+
+void flush() {
+  console().flush();
 }
 
 std::string failureText(const std::exception& failure) {

@@ -1,5 +1,6 @@
 #include "maintenance/main_task.h"
 
+#include "base/console.h"
 #include "base/shared_state.h"
 #include "maintenance/stick/duties.h"
 #include "multicast/multicast_state.h"
@@ -35,6 +36,7 @@ void MainTask::runTask() {
     // watched all the same.
     guard(kFailureHeading, [this] { serveStick(); });
     guard(kFailureHeading, [this] { linkWatch_.runCycle(); });
+    console::flush();  // a service that is well has little to say, and what it owes must not wait for that
   }
 }
 

@@ -1,7 +1,9 @@
 #include "base/console.h"
 
+#include "base/descriptor.h"
 #include "base/error_stream_channel.h"
 #include "support/error_stream_capture.h"
+#include "support/redirected_error_stream.h"
 
 #include <Poco/Exception.h>
 #include <Poco/Logger.h>
@@ -11,6 +13,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -21,26 +24,19 @@ namespace {
 // An error stream that keeps its writes apart: each comes out as it went in.
 class WriteCounter {
  public:
-  WriteCounter() : saved_(dup(STDERR_FILENO)) {
-    EXPECT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends_.data()), 0);
-    dup2(ends_[0], STDERR_FILENO);
+  WriteCounter() {
+    std::array<int, 2> ends{};
+    EXPECT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends.data()), 0);
+    redirected_.emplace(ends[0]);
+    close(ends[0]);
+    reading_.reset(ends[1]);
   }
-  ~WriteCounter() {
-    dup2(saved_, STDERR_FILENO);
-    for (const int descriptor : {saved_, ends_[0], ends_[1]}) {
-      close(descriptor);
-    }
-  }
-  WriteCounter(const WriteCounter&) = delete;
-  WriteCounter& operator=(const WriteCounter&) = delete;
-  WriteCounter(WriteCounter&&) = delete;
-  WriteCounter& operator=(WriteCounter&&) = delete;
 
   std::vector<std::string> writes() const {
     std::vector<std::string> result;
     std::array<char, 1024> write{};
     for (;;) {
-      const ssize_t count = recv(ends_[1], write.data(), write.size(), MSG_DONTWAIT);
+      const ssize_t count = recv(reading_.get(), write.data(), write.size(), MSG_DONTWAIT);
       if (count <= 0) {
         return result;
       }
@@ -49,8 +45,8 @@ class WriteCounter {
   }
 
  private:
-  int saved_;
-  std::array<int, 2> ends_{};
+  Descriptor reading_;
+  std::optional<RedirectedErrorStream> redirected_;
 };
 
 TEST(Console, WritesTextAsItStands) {
@@ -93,27 +89,19 @@ TEST(Console, OneMessageIsOneWrite) {
 }
 
 TEST(Console, ClosedStreamIsNoError) {
-  const int saved = dup(STDERR_FILENO);
-  close(STDERR_FILENO);
+  const RedirectedErrorStream closed(-1);
 
   console::line("nobody hears this");
-
-  dup2(saved, STDERR_FILENO);
-  close(saved);
 }
 
-TEST(Console, StreamWhoseReaderHasGoneIsNoError) {
-  const int saved = dup(STDERR_FILENO);
-  std::array<int, 2> ends{};
-  ASSERT_EQ(pipe(ends.data()), 0);
-  close(ends[0]);
-  dup2(ends[1], STDERR_FILENO);
-  close(ends[1]);
+TEST(Console, FileOnADiskIsWrittenToWhereItsOtherUsersAre) {
+  const ErrorStreamCapture capture;
 
-  console::line("nobody hears this");
+  console::write("one");
+  ASSERT_EQ(write(STDERR_FILENO, "two", 3), 3);
+  console::write("three");
 
-  dup2(saved, STDERR_FILENO);
-  close(saved);
+  EXPECT_EQ(capture.text(), "onetwothree");
 }
 
 TEST(ErrorStreamChannel, MessageIsOneLineInOneWrite) {
