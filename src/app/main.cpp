@@ -5,11 +5,24 @@
 
 #include <Poco/Exception.h>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <csignal>
 
 namespace {
 
-// First thing of all, so that every thread inherits it and a request that comes during the start-up
+// Before anything is opened: a number that the starter has left closed would go to the next file or socket, which
+// the commands inherit, and which diagnostics are written into if it is the error stream's.
+void openMissingStandardStreams() {
+  for (const int number : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (::fcntl(number, F_GETFD) < 0) {
+      ::open("/dev/null", O_RDWR);  // takes the lowest number that is free, which is this one
+    }
+  }
+}
+
+// Before the first thread, so that every one inherits it and a request that comes during the start-up
 // waits until the application asks for it, instead of killing the process half-way. SIGPIPE is none of
 // ours: a closed error stream or connection is seen where it is written to.
 void blockTerminationSignals() {
@@ -24,6 +37,7 @@ void blockTerminationSignals() {
 }  // namespace
 
 int main(int argc, char** argv) {
+  openMissingStandardStreams();
   blockTerminationSignals();
   try {
     quendal::QuendalApp app;
