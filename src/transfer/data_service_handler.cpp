@@ -30,7 +30,7 @@ DataServiceHandler::DataServiceHandler(const Poco::Net::StreamSocket& accepted, 
     : socket_(accepted),
       reactor_(dispatcher),
       peer_(socket_.peerAddress().toString()),
-      reader_(socket_, shared::dataStopReq) {
+      reader_(socket_, {.stop = shared::dataStopReq, .pause = shared::dataPauseReq}) {
   logConnectionEvent("Connection from " + peer_);
   const ReadableObserver readable(*this, &DataServiceHandler::onReadable);
   reactor_.addEventHandler(socket_, readable);

@@ -19,8 +19,7 @@ std::chrono::milliseconds Deadline::now() {
          std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::nanoseconds(time.tv_nsec));
 }
 
-PacketReader::PacketReader(Poco::Net::StreamSocket& socket, const std::atomic<bool>& stopReq)
-    : socket_(socket), stopReq_(stopReq) {
+PacketReader::PacketReader(Poco::Net::StreamSocket& socket, const ReadEnds& ends) : socket_(socket), ends_(ends) {
   socket_.setReceiveTimeout(Poco::Timespan(kWakeUpIntervalUs));
 }
 
@@ -37,9 +36,7 @@ ReadResult PacketReader::readExactly(std::span<std::byte> bytes, const Deadline&
 
 std::size_t PacketReader::readSome(std::span<std::byte> bytes, const Deadline& deadline) {
   for (;;) {
-    if (stopReq_) {
-      throw Poco::IllegalStateException("the service is stopping");
-    }
+    throwIfAbandoned();
     const std::optional<std::size_t> count = receive(bytes);
     if (count && (*count == 0 || *count == bytes.size())) {
       return *count;
@@ -52,6 +49,15 @@ std::size_t PacketReader::readSome(std::span<std::byte> bytes, const Deadline& d
     if (count) {
       return *count;
     }
+  }
+}
+
+void PacketReader::throwIfAbandoned() const {
+  if (ends_.stop) {
+    throw Poco::IllegalStateException("the service is stopping");
+  }
+  if (ends_.pause) {
+    throw Poco::IllegalStateException("the service is pausing");
   }
 }
 

@@ -34,16 +34,24 @@ class Deadline {
 
 enum class ReadResult { kComplete, kClosed };
 
-/// Reads from one connection. Runs on the reactor thread; the socket and the flag must outlive it.
+/// The requests that have a read abandoned, whatever the peer does.
+struct ReadEnds {
+  const std::atomic<bool>& stop;   // the service ends
+  const std::atomic<bool>& pause;  // the link has gone, and with it, as a rule, the peer
+};
+
+/// Reads from one connection. Runs on the reactor thread; the socket and the flags must outlive it.
 class PacketReader {
  public:
   /// Takes the socket's receive time-out over: reads wake up twice a second to look at the deadline
-  /// and at `stopReq`, so that a silent peer delays the end of the service by half a second at most.
-  PacketReader(Poco::Net::StreamSocket& socket, const std::atomic<bool>& stopReq);
+  /// and at `ends`, so that a silent peer delays the end or the pause of the service by half a second at
+  /// most.
+  PacketReader(Poco::Net::StreamSocket& socket, const ReadEnds& ends);
 
   /// Fills `bytes`, in as many reads as it takes. kClosed: the peer closed the connection before the
   /// last byte. Throws Poco::TimeoutException when `deadline` passes first (a peer that trickles
-  /// bytes included), Poco::IllegalStateException when the service stops, and what the socket throws.
+  /// bytes included), Poco::IllegalStateException when the service stops or pauses, and what the socket
+  /// throws.
   ReadResult readExactly(std::span<std::byte> bytes, const Deadline& deadline);
 
   /// One read of at least one byte into `bytes`: the number of bytes read, or 0 when the peer has
@@ -55,8 +63,10 @@ class PacketReader {
   /// second.
   std::optional<std::size_t> receive(std::span<std::byte> bytes);
 
+  void throwIfAbandoned() const;
+
   Poco::Net::StreamSocket& socket_;
-  const std::atomic<bool>& stopReq_;
+  ReadEnds ends_;
 };
 
 }  // namespace quendal

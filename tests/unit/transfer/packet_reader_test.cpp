@@ -21,7 +21,7 @@ constexpr std::chrono::milliseconds kShort{20};
 
 class PacketReaderTest : public testing::Test {
  protected:
-  PacketReaderTest() : reader(pair.accepted, stopReq) {}
+  PacketReaderTest() : reader(pair.accepted, {.stop = stopReq, .pause = pauseReq}) {}
 
   // Reads `count` bytes; what has been read before an exception is lost.
   std::string read(std::size_t count, const Deadline& deadline = Deadline(kLong)) {
@@ -30,11 +30,29 @@ class PacketReaderTest : public testing::Test {
     return bytes;
   }
 
+  // What a read that waits for its first byte throws when `request` is raised.
+  std::string abandonedBy(std::atomic<bool>& request) {
+    wakeUpOften();
+    std::thread asking([&] {
+      std::this_thread::yield();
+      request = true;
+    });
+    std::string text;
+    try {
+      read(1);
+    } catch (const Poco::IllegalStateException& failure) {
+      text = failure.displayText();
+    }
+    asking.join();
+    return text;
+  }
+
   // The wake-ups of a silent connection, sooner than in the service.
   void wakeUpOften() { pair.accepted.setReceiveTimeout(Poco::Timespan(1000)); }
 
   LoopbackPair pair = connectLoopback();
   std::atomic<bool> stopReq{false};
+  std::atomic<bool> pauseReq{false};
   PacketReader reader;
   ReadResult result = ReadResult::kClosed;
 };
@@ -140,14 +158,24 @@ TEST_F(PacketReaderTest, DeadlineMayBeMovedOn) {
 }
 
 TEST_F(PacketReaderTest, StopRequestEndsAReadThatWaits) {
-  wakeUpOften();
-  std::thread stopper([&] {
-    std::this_thread::yield();
-    stopReq = true;
-  });
+  EXPECT_EQ(abandonedBy(stopReq), "Illegal state: the service is stopping");
+}
 
-  EXPECT_THROW(read(1), Poco::IllegalStateException);
-  stopper.join();
+TEST_F(PacketReaderTest, PauseRequestEndsAReadThatWaits) {
+  EXPECT_EQ(abandonedBy(pauseReq), "Illegal state: the service is pausing");
+}
+
+TEST_F(PacketReaderTest, PauseRequestEndsAReadThoughThePeerGoesOnSending) {
+  sendAll(pair.transmitter, "abcd");
+  pauseReq = true;
+
+  EXPECT_THROW(read(4), Poco::IllegalStateException);
+}
+
+TEST_F(PacketReaderTest, StopIsNamedWhereTheServicePausesAsWell) {
+  stopReq = true;
+
+  EXPECT_EQ(abandonedBy(pauseReq), "Illegal state: the service is stopping");
 }
 
 TEST_F(PacketReaderTest, SomeIsWhatHasComeAndZeroIsTheEnd) {
