@@ -13,6 +13,7 @@
 #include "transfer/transfer_state.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace quendal {
 
@@ -52,6 +53,11 @@ LinkVerdict judgeRefreshedLink(const LinkSight& sight) {
   return isLinked && sight.hasUsableAddress ? LinkVerdict::kUp : LinkVerdict::kDown;
 }
 
+bool hasMoved(const NetworkInterface& used, const NetworkInterface& now) {
+  const Poco::Net::IPAddress address = firstAddressOf(now);
+  return isUsableAddress(address) && (now.index() != used.index() || address != firstAddressOf(used));
+}
+
 void LinkWatch::prepare() {
   carrierFile_ = platform::systemPath(shared::carrierFilePath);
   rememberInterfaces();
@@ -59,6 +65,7 @@ void LinkWatch::prepare() {
 }
 
 void LinkWatch::runCycle() {
+  forgetReplacedInterface();
   const LinkSight sight = look();
   if (sight.hasInterface && sight.hasCarrier) {
     shared::carrierUpSeen = true;
@@ -84,6 +91,15 @@ LinkSight LinkWatch::look() const {
   return sight;
 }
 
+// Nothing that was done to the interface before is true of the new one: it is not even up. Gone from the list, it
+// gets all of that from the refresh.
+void LinkWatch::forgetReplacedInterface() {
+  const std::optional<unsigned> index = interfaceIndex(shared::netIfName);
+  std::erase_if(interfaces_, [&](const NetworkInterface& interface) {
+    return index && isNamed(interface) && interface.index() != *index;
+  });
+}
+
 LinkVerdict LinkWatch::refreshAddress() {
   refreshNetworkAddress();
   rememberInterfaces();
@@ -107,7 +123,24 @@ void LinkWatch::handleLinkUp() {
   const bool released = !shared::mcPauseReq && !shared::dataPauseReq;
   if (!shared::linkUpPrev || !released) {
     releaseNetworkTasks();
+  } else {
+    followInterface();
   }
+}
+
+// A group is joined, and datagrams leave, by an address of an interface. The data service listens at every
+// address and needs nothing.
+void LinkWatch::followInterface() {
+  const NetworkInterface now =
+      chooseLinkedInterface(NetworkInterface::list(true, true), shared::linkedIfName).interface;
+  if (!hasMoved(shared::currentInterface, now)) {
+    return;
+  }
+  rememberAddress(now);
+  console::line("Network address has changed, " + now.displayName() + ":" + firstAddressOf(now).toString());
+  pauseTask(shared::mcPauseFlags(), [] { platform::sleepMs(kHandshakePollMs); });
+  shared::currentInterface = now;
+  releaseTask(shared::mcPauseFlags());
 }
 
 void LinkWatch::releaseNetworkTasks() {

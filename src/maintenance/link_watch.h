@@ -32,11 +32,17 @@ LinkVerdict judgeLink(const LinkSight& sight, bool wasUp);
 /// Judges the second look, behind a refresh. Pure.
 LinkVerdict judgeRefreshedLink(const LinkSight& sight);
 
+/// Is `now`, the linked interface as it is found now, another one than `used`, or under another address? Not
+/// while it has no usable address: what is used stays in use until there is something better. Pure.
+bool hasMoved(const Poco::Net::NetworkInterface& used, const Poco::Net::NetworkInterface& now);
+
 /// Waits that many milliseconds, or until the service is asked to stop.
 using LinkWait = std::function<void(long milliseconds)>;
 
 /// Decides once in each cycle whether the link is up, and on a change pauses or releases the network tasks
-/// and tells the display application. docs/handshakes.md shows the handshake. MainTask's thread.
+/// and tells the display application. While the link stays up it follows the linked interface to another
+/// address, and to another interface of that name, without an event. docs/handshakes.md shows both
+/// handshakes. MainTask's thread.
 class LinkWatch {
  public:
   explicit LinkWatch(LinkWait wait) : wait_(std::move(wait)) {}
@@ -50,10 +56,12 @@ class LinkWatch {
 
  private:
   LinkSight look() const;
+  void forgetReplacedInterface();
   LinkVerdict refreshAddress();
   void rememberInterfaces();
   void handleLinkUp();
   void handleLinkDown();
+  void followInterface();
   void releaseNetworkTasks();
   void pauseNetworkTasks();
 

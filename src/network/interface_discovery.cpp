@@ -1,9 +1,12 @@
 #include "network/interface_discovery.h"
 
 #include "base/console.h"
+#include "base/platform.h"
 #include "network/network_state.h"
 
 #include <Poco/Net/IPAddress.h>
+
+#include <fstream>
 
 namespace quendal {
 
@@ -60,6 +63,12 @@ NetworkInterface findLinkedInterface() {
       choice.found ? " Quendal_L info: found linked network intf:" : "Quendal_L info: loopback to return:";
   console::line(heading + choice.interface.displayName());
   return choice.interface;
+}
+
+std::optional<unsigned> interfaceIndex(const std::string& name) {
+  std::ifstream file(platform::systemPath("/sys/class/net/" + name + "/ifindex"));
+  unsigned index = 0;
+  return file >> index ? std::optional(index) : std::nullopt;
 }
 
 }  // namespace quendal

@@ -3,6 +3,7 @@
 
 #include <Poco/Net/NetworkInterface.h>
 
+#include <optional>
 #include <string>
 
 namespace quendal {
@@ -22,5 +23,9 @@ LinkedInterface chooseLinkedInterface(const Poco::Net::NetworkInterface::List& l
 /// Chooses among the system's interfaces that are up and have an address, under the fixed name
 /// `linkedIfName`, and writes what was found on the error stream. Throws what the listing throws.
 Poco::Net::NetworkInterface findLinkedInterface();
+
+/// The number that the kernel has for the interface `name` now, nothing when there is none of that name.
+/// The kernel counts on: an interface that went and came back under its name has another one.
+std::optional<unsigned> interfaceIndex(const std::string& name);
 
 }  // namespace quendal

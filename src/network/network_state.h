@@ -49,7 +49,7 @@ extern Flag staticIpMode;  // refreshNetworkAddress
 extern Flag linkUp;         // as judged now: link watch, refreshNetworkAddress; read by the video tasks
 extern Flag linkUpPrev;     // as judged in the previous cycle: link watch
 extern Flag carrierUpSeen;  // an address was configured: set by the link watch, cleared by refreshNetworkAddress
-extern Poco::Net::NetworkInterface currentInterface;  // written at link-up while McTask is paused, read by McTask
+extern Poco::Net::NetworkInterface currentInterface;  // the link watch, while McTask is paused; read by McTask
 extern SharedIpAddress currentIpAddress;              // written by the link watch, read by the alive descriptor
 extern std::array<char, 128> shellCmdBuf;             // address set-up: start-up, then MainTask
 extern std::array<char, 5> carrierReadBuf;            // address set-up and link watch

@@ -13,15 +13,16 @@ namespace quendal {
 /// library asks the kernel about the interface `name`, so that is one which every machine has.
 class HandMadeInterface : public Poco::Net::NetworkInterface {
  public:
-  HandMadeInterface(const std::string& displayName, const std::vector<std::string>& addresses)
-      : NetworkInterface("lo", displayName, displayName, kIndex) {
+  HandMadeInterface(const std::string& displayName, const std::vector<std::string>& addresses,
+                    unsigned index = kDefaultIndex)
+      : NetworkInterface("lo", displayName, displayName, index) {
     for (const std::string& address : addresses) {
       addAddress(Poco::Net::IPAddress(address));
     }
   }
 
  private:
-  static constexpr unsigned kIndex = 7;
+  static constexpr unsigned kDefaultIndex = 7;
 };
 
 }  // namespace quendal

@@ -1,5 +1,8 @@
 // Each cycle's decision: is the link up, and what is run and posted on the way.
+#include "multicast/multicast_state.h"
 #include "network/network_state.h"
+#include "support/hand_made_interface.h"
+#include "transfer/transfer_state.h"
 #include "unit/maintenance/main_task_fixture.h"
 
 namespace quendal {
@@ -150,6 +153,24 @@ TEST_F(LinkVerdict, CarrierLostDuringTheRefreshIsDown) {
   EXPECT_FALSE(shared::linkUp);
 }
 
+TEST_F(LinkVerdict, InterfaceThatWasReplacedWithinACycleIsRefreshedThoughTheLinkIsUp) {
+  const Entries cycle = {"wait 3000", "run sudo ifconfig lo up", "run sudo dhcpcd -d lo  -t 30 -L"};
+
+  Entries entries = run({[this] {
+    linkIsUp();
+    setIndex(interfaceIndexOf("lo") + 1);
+  }});
+
+  entries.resize(cycle.size());
+  EXPECT_EQ(entries, cycle);
+}
+
+TEST_F(LinkVerdict, InterfaceThatIsStillTheSameIsLeftAlone) {
+  setIndex(interfaceIndexOf("lo"));
+
+  EXPECT_EQ(run({linkIsUp, linkIsUp}), Entries({"wait 3000", "post NETW_UP", "wait 3000"}));
+}
+
 TEST_F(LinkVerdict, StaticAddressIsAppliedByTheRefresh) {
   shared::staticIpMode = true;
   shared::staticIp = "192.168.0.10";
@@ -162,6 +183,66 @@ TEST_F(LinkVerdict, StaticAddressIsAppliedByTheRefresh) {
   EXPECT_EQ(entries, Entries({"wait 3000", "run sudo ifconfig lo up",
                               "run sudo ifconfig lo 192.168.0.10 netmask 255.255.255.0 up", "sleep 2000",
                               "run sudo route add default gw 192.168.0.1", "sleep 3000"}));
+}
+
+// The machine's own eth0 stands for the interface as it is now; on a machine without one there is nothing to
+// follow.
+class FollowedInterface : public MainTaskFixture {
+ protected:
+  // Up since a former cycle, with McTask at work on what eth0 was then.
+  static void useOldInterface() {
+    linkIsUp();
+    shared::linkUpPrev = true;
+    shared::currentInterface = HandMadeInterface("eth0", {"192.168.1.20"});
+    shared::mcPauseReq = false;
+    shared::mcPaused = false;
+    shared::dataPauseReq = false;
+  }
+
+  const Poco::Net::NetworkInterface eth0 = machineChoice().interface;
+  const bool isThere = isUsableAddress(firstAddressOf(eth0));
+  const Poco::Net::IPAddress expected = isThere ? firstAddressOf(eth0) : Poco::Net::IPAddress("192.168.1.20");
+};
+
+TEST_F(FollowedInterface, IsHandedOverWhileTheMulticastTaskIsPausedWithoutAnEvent) {
+  int polls = 0;
+
+  const Entries entries = run({useOldInterface}, [&] {
+    EXPECT_TRUE(shared::mcPauseReq);
+    EXPECT_EQ(firstAddressOf(shared::currentInterface).toString(), "192.168.1.20");
+    EXPECT_EQ(shared::currentIpAddress.get(), expected) << "told at once";
+    shared::mcPaused = ++polls == 3;
+  });
+
+  EXPECT_EQ(entries, isThere ? Entries({"wait 3000", "sleep 100", "sleep 100", "sleep 100"}) : Entries({"wait 3000"}));
+  EXPECT_EQ(firstAddressOf(shared::currentInterface), expected);
+  EXPECT_FALSE(shared::mcPauseReq);
+  EXPECT_FALSE(shared::dataPauseReq);
+  EXPECT_EQ(capture.text(),
+            machineLine() + (isThere ? "\nNetwork address has changed, eth0:" + expected.toString() : ""));
+}
+
+TEST_F(FollowedInterface, IsLeftAloneOnceItIsFollowed) {
+  const auto pauseAtOnce = [] { shared::mcPaused = true; };
+
+  const Entries entries = run({useOldInterface, [] {}, [] {}}, pauseAtOnce);
+
+  EXPECT_EQ(std::count(entries.begin(), entries.end(), "sleep 100"), isThere ? 1 : 0);
+  EXPECT_EQ(std::count(entries.begin(), entries.end(), "wait 3000"), 3);
+}
+
+TEST(HasMoved, ToAnotherAddressOrAnotherInterfaceButOnlyToAUsableOne) {
+  const HandMadeInterface used("eth0", {"192.168.1.20"}, 2);
+  const Poco::Net::NetworkInterface none(Poco::Net::NetworkInterface::NO_INDEX);
+
+  EXPECT_FALSE(hasMoved(used, used));
+  EXPECT_TRUE(hasMoved(used, HandMadeInterface("eth0", {"192.168.1.21"}, 2)));
+  EXPECT_TRUE(hasMoved(used, HandMadeInterface("eth0", {"192.168.1.20"}, 3)));
+  EXPECT_TRUE(hasMoved(none, used));
+  EXPECT_FALSE(hasMoved(used, none)) << "the lease is away";
+  for (const char* address : {"169.254.0.1", "0.0.0.0", "127.0.0.1", "fe80::1", "2001:db8::1"}) {
+    EXPECT_FALSE(hasMoved(used, HandMadeInterface("eth0", {address}, 3))) << address;
+  }
 }
 
 }  // namespace

@@ -43,6 +43,14 @@ class MainTaskFixture : public testing::Test {
   void setCarrier(const std::string& content) const { root.writeFile(shared::carrierFilePath, content); }
   void removeCarrierFile() const { std::filesystem::remove(root.path() + shared::carrierFilePath); }
 
+  // The number that the kernel has for the watched interface, as far as the task can see.
+  void setIndex(unsigned index) const {
+    root.writeFile("/sys/class/net/" + shared::netIfName + "/ifindex", std::to_string(index) + "\n");
+  }
+  static unsigned interfaceIndexOf(const std::string& name) {
+    return Poco::Net::NetworkInterface::forName(name).index();
+  }
+
   static void setAddress(const std::string& address) { shared::currentIpAddress.set(Poco::Net::IPAddress(address)); }
 
   // As after a cycle that found the link up.

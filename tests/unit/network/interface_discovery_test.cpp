@@ -2,7 +2,9 @@
 
 #include "network/network_state.h"
 #include "support/error_stream_capture.h"
+#include "support/fake_platform.h"
 #include "support/hand_made_interface.h"
+#include "support/temporary_folder.h"
 
 #include <Poco/Net/IPAddress.h>
 #include <gtest/gtest.h>
@@ -106,6 +108,21 @@ TEST(InterfaceSearch, ConfiguredInterfaceDoesNotChangeTheNameSought) {
   shared::netIfName = "none0";
 
   EXPECT_EQ(findLinkedInterface().displayName(), expected.interface.displayName());
+}
+
+TEST(InterfaceIndex, IsTheKernelsNumberAndNothingForAnInterfaceThatIsNotThere) {
+  EXPECT_EQ(interfaceIndex("lo"), NetworkInterface::forName("lo").index());
+  EXPECT_EQ(interfaceIndex("nosuchlink0"), std::nullopt);
+}
+
+TEST(InterfaceIndex, FileThatHoldsNoNumberIsNothing) {
+  const TemporaryFolder root;
+  fake::setSystemRoot(root.path());
+  for (const char* content : {"", "\n", "eth0\n"}) {
+    root.writeFile("/sys/class/net/eth0/ifindex", content);
+
+    EXPECT_EQ(interfaceIndex("eth0"), std::nullopt) << content;
+  }
 }
 
 }  // namespace

@@ -65,6 +65,10 @@ class Pc(Namespace):
             cable = f"cable{len(self._boards)}"
         return cable, self.directory / cable
 
+    def move_board(self, address, new):
+        """A board is to be found at another address from now on."""
+        self._boards[self._boards.index(address)] = new
+
     def connect(self, port, host=None, timeout=10):
         """A TCP connection from the PC, to its first board unless another host is named."""
         connection = self.socket()
