@@ -9,6 +9,7 @@
 namespace quendal {
 
 /// Relative to the working directory, beside ../Work and ../Dest.
+inline constexpr const char* kArchiveLogFolder = "..";
 inline constexpr const char* kArchiveLogPath = "../LogZipTmp.dat";
 
 /// One line of the log: time and date of `time` (UTC), " - ", `text` and CR LF.

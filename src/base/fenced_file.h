@@ -42,6 +42,9 @@ class FencedFile {
   /// Appends `bytes`. Throws Poco::WriteFileException when the disk is full or fails.
   void write(std::span<const std::byte> bytes);
 
+  /// The open file, for questions about it.
+  int descriptor() const { return fileno(file_.get()); }
+
   /// Writes out what is buffered and closes the file; throws as write. Without it the destructor
   /// closes the file and errors are lost.
   void close();

@@ -97,6 +97,10 @@ int runShellIn(const std::string& directory, const std::string& command) {
   return runWith(settings, command);
 }
 
+int syncFileSystem(int descriptor) {
+  return ::syncfs(descriptor) == 0 ? 0 : errno;
+}
+
 void sleepMs(long milliseconds) {
   Poco::Thread::sleep(milliseconds);
 }

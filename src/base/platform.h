@@ -24,6 +24,11 @@ int runShell(const std::string& command);
 /// as it is. Also -1 when the child cannot change to it: the command is then not run anywhere else.
 int runShellIn(const std::string& directory, const std::string& command);
 
+/// Writes the whole file system of `descriptor` (any file or folder on it, opened for reading or writing) to its
+/// disk and waits for that, however long it takes. Returns 0, or the error that the disk has reported since the
+/// descriptor was opened; each is told once. Before Linux 5.8 no such error is told.
+int syncFileSystem(int descriptor);
+
 /// Blocks the calling thread for `milliseconds`; nothing shortens it.
 void sleepMs(long milliseconds);
 

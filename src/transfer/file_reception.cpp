@@ -12,6 +12,7 @@
 #include "transfer/packet/control_files.h"
 #include "transfer/packet/lcd_packet.h"
 #include "transfer/read_stages.h"
+#include "transfer/store/store_state.h"
 #include "transfer/transfer_state.h"
 
 #include <Poco/Exception.h>
@@ -23,37 +24,14 @@ namespace {
 
 // The display application needs this long to let go of what it shows before a transfer counts as over.
 constexpr std::chrono::milliseconds kTransferEndWait{5000};
-constexpr long kFailedTransferWaitMs = 5000;
+constexpr std::chrono::milliseconds kFailedTransferWait{5000};
 constexpr long kRebootWaitMs = 3000;
-
-// What the name asks for as soon as it is known, before any of the file's data has been read: the
-// wait at the end of a transfer holds this thread with the rest of the element still unread.
-void applyControlEffects(const std::string& name, Deadline& deadline) {
-  const ControlEffects effects = controlEffectsOf(name);
-  if (effects.enterNormalMode) {
-    shared::dontCareMode = false;
-  }
-  if (effects.enterDontCareMode) {
-    shared::dontCareMode = true;
-    postIpcSemaphore(kStart2RxDontCare);
-  }
-  if (effects.endTransfer) {
-    if (!shared::dontCareMode) {
-      postIpcSemaphore(kStart2Rx);
-    }
-    platform::sleepMs(kTransferEndWait.count());
-    deadline.extend(kTransferEndWait);
-    postIpcSemaphore(kRxComplete);
-  }
-  if (effects.logArchive) {
-    appendToArchiveLog(archiveReceivedText(name));
-  }
-}
 
 }  // namespace
 
 unsigned FileReception::DataRxFileElement() {
   LcdPacketRecord& record = shared::dataRxRecord;
+  end_ = TransferEnd();
   Deadline deadline(kElementTimeout);
   if (const unsigned code = readFileName(deadline); code != 0) {
     return code;
@@ -73,7 +51,7 @@ unsigned FileReception::DataRxFileElement() {
     }
   } catch (const std::exception& failure) {
     console::failure("DataRxFileElement<pos:3>:: Exception Met!", failure);
-    platform::sleepMs(kFailedTransferWaitMs);
+    end_.await(kFailedTransferWait);
     postIpcSemaphore(kRxComplete);  // the display must be released after a failed transfer, too
     return kStoreError;
   }
@@ -103,10 +81,38 @@ unsigned FileReception::readFileName(Deadline& deadline) {
   return 0;
 }
 
+// What the name asks for as soon as it is known, before any of the file's data has been read: the
+// wait at the end of a transfer holds this thread with the rest of the element still unread.
+void FileReception::applyControlEffects(const std::string& name, Deadline& deadline) {
+  const ControlEffects effects = controlEffectsOf(name);
+  if (effects.enterNormalMode) {
+    shared::dontCareMode = false;
+  }
+  if (effects.enterDontCareMode) {
+    shared::dontCareMode = true;
+    postIpcSemaphore(kStart2RxDontCare);
+  }
+  if (effects.endTransfer) {
+    if (!shared::dontCareMode) {
+      postIpcSemaphore(kStart2Rx);
+    }
+    end_.await(kTransferEndWait);
+    deadline.extend(end_.waited());
+    postIpcSemaphore(kRxComplete);
+  }
+  if (effects.logArchive) {
+    const WriteBack::Writing writing(shared::writeBack);
+    writing.intoFolder(kArchiveLogFolder);
+    appendToArchiveLog(archiveReceivedText(name));
+  }
+}
+
 // Reads the data into the file; false when the peer closed the connection before the last byte (the
 // file stays as far as it came).
 bool FileReception::storeFileData(const std::string& directory, std::uint32_t dataLength) {
+  const WriteBack::Writing writing(shared::writeBack);
   FencedFile file(directory, shared::dataRxRecord.fileName);
+  writing.intoFile(file.descriptor(), shared::dataRxRecord.filePath);
 
   // A big file may take as long as it needs, but each 1024 bytes of it must come within the element's
   // time: a peer that trickles single bytes does not hold the service.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "transfer/packet_reader.h"
+#include "transfer/transfer_end.h"
 
 #include <array>
 #include <cstdint>
@@ -20,15 +21,17 @@ class FileReception {
   ///
   /// Returns 0 when the file is stored (or was cut short by the peer), else 1, 3, 257, 259 or 769, without
   /// kFileElementErrorBase; its messages have then been written. A stop marker waits for 5 s, and so does a
-  /// failed store.
+  /// failed store; both wait on until the disk has what was stored before: see TransferEnd.
   unsigned DataRxFileElement();
 
  private:
   unsigned readFileName(Deadline& deadline);
+  void applyControlEffects(const std::string& name, Deadline& deadline);
   bool storeFileData(const std::string& directory, std::uint32_t dataLength);
   void rebootIfAsked();
 
   PacketReader& reader_;
+  TransferEnd end_;
   std::array<char, 1024> nameScratch_{};  // the received name in lower case
 };
 

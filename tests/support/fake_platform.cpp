@@ -18,10 +18,11 @@ struct Recorder {
   int shellStatus = 0;
   std::optional<Poco::Timestamp> now;
   std::string root;
+  std::function<int(int)> sync;
 };
 
 Recorder& recorder() {
-  static Recorder instance;
+  static Recorder& instance = *new Recorder;  // never destroyed: a thread may still be syncing at the process's end
   return instance;
 }
 
@@ -47,6 +48,7 @@ void reset() {
   recorder().shellStatus = 0;
   recorder().now.reset();
   recorder().root.clear();
+  recorder().sync = nullptr;
 }
 
 std::vector<std::string> events() {
@@ -80,6 +82,11 @@ void setNow(const Poco::Timestamp& time) {
   recorder().now = time;
 }
 
+void onSync(std::function<int(int descriptor)> sync) {
+  const std::scoped_lock lock(recorder().mutex);
+  recorder().sync = std::move(sync);
+}
+
 void setSystemRoot(const std::string& folder) {
   const std::scoped_lock lock(recorder().mutex);
   recorder().root = folder;
@@ -97,6 +104,15 @@ int runShell(const std::string& command) {
 
 int runShellIn(const std::string& directory, const std::string& command) {
   return runShell("[" + directory + "] " + command);
+}
+
+int syncFileSystem(int descriptor) {
+  std::function<int(int)> sync;
+  {
+    const std::scoped_lock lock(fake::recorder().mutex);
+    sync = fake::recorder().sync;
+  }
+  return sync ? sync(descriptor) : 0;
 }
 
 void sleepMs(long milliseconds) {

@@ -1,6 +1,7 @@
 // The recording definition of the platform seam: the unit tests link it in place of the real one.
 //
-// Nothing runs and nothing waits: shell commands and waits are recorded in order, across all threads.
+// Nothing runs, nothing waits and nothing is written to a disk: shell commands and waits are recorded in order, across
+// all threads.
 #pragma once
 
 #include <Poco/Timestamp.h>
@@ -32,6 +33,10 @@ void setShellStatus(int status);
 
 /// What platform::now() returns; the real time until set.
 void setNow(const Poco::Timestamp& time);
+
+/// Called for platform::syncFileSystem, on its thread, and gives its result; 0 until set. Not recorded as an
+/// event: it happens in the background.
+void onSync(std::function<int(int descriptor)> sync);
 
 /// Below which folder platform::systemPath finds the system's files; unchanged paths until set.
 void setSystemRoot(const std::string& folder);

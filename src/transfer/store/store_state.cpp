@@ -1,0 +1,7 @@
+#include "transfer/store/store_state.h"
+
+namespace quendal::shared {
+
+WriteBack writeBack;
+
+}  // namespace quendal::shared
