@@ -26,9 +26,9 @@ _PACKAGES = (
     "net-tools iproute2 dhcpcd-base "
     "libpocofoundation80 libpocoutil80 libpoconet80 libpcap0.8").split()
 
-# The board's drivers, and the tables of letters that the FAT driver asks for when a stick is mounted.
+# The board's drivers, and what the file systems ask for when they are mounted: FAT its tables of letters, ext4 its sum.
 _MODULES = (
-    "virtio_pci virtio_console e1000 xhci_pci usb_storage sd_mod "
+    "virtio_pci virtio_console virtio_blk e1000 xhci_pci usb_storage sd_mod ext4 crc32c_generic "
     "vfat nls_cp437 nls_ascii nls_utf8 nls_iso8859_1").split()
 
 _LEFT_OUT = re.compile(
