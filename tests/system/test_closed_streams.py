@@ -5,7 +5,7 @@ import re
 
 import pytest
 
-from quendal_tools.namespace import wait_until
+from quendal_tools.board.waiting import wait_until
 from support.error_stream import Heard, empty_pipe
 
 NUMBERS = ("0", "1", "2")

@@ -4,8 +4,8 @@ import time
 
 import pytest
 
-from quendal_tools import packet
-from support import console
+from quendal_tools.protocol import packet
+from quendal_tools.board import console
 from support.rig import PORT, peer_of
 
 PULLED_SECONDS = 4

@@ -5,8 +5,8 @@ import time
 
 import pytest
 
-from quendal_tools.namespace import wait_until
-from support import console, moved, multicast
+from quendal_tools.board.waiting import wait_until
+from quendal_tools.board import console, moved, multicast
 from support.multicast import Transmitter
 from support.rig import LINK_UP_SECONDS
 

@@ -4,9 +4,9 @@ import time
 
 import pytest
 
-from quendal_tools import packet
-from quendal_tools.namespace import wait_until
-from support import console
+from quendal_tools.protocol import packet
+from quendal_tools.board.waiting import wait_until
+from quendal_tools.board import console
 from support.disk import Disk
 from support.rig import NOTICED_LATE, peer_of
 

@@ -10,9 +10,9 @@ import termios
 import time
 import tty
 
-from quendal_tools import packet
-from quendal_tools.board_files import BIN, TARGET
-from quendal_tools.namespace import wait_until
+from quendal_tools.protocol import packet
+from quendal_tools.board.layout import BIN, TARGET
+from quendal_tools.board.waiting import wait_until
 from support import multicast
 from support.rig import PORT
 

@@ -3,7 +3,7 @@
 import struct
 import subprocess
 
-from quendal_tools.namespace import wait_until
+from quendal_tools.board.waiting import wait_until
 from support import multicast
 
 NOTICED = 8  # a cycle of the maintenance task, on a machine with other things to do

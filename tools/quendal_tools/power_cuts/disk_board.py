@@ -10,7 +10,7 @@ import pathlib
 import subprocess
 
 from quendal_tools.emulator import EmulatedBoard
-from quendal_tools.namespace import wait_until
+from quendal_tools.board.waiting import wait_until
 from quendal_tools.power_cuts.nbd_server import NbdServer
 
 _STATE_TIMEOUT = 120

@@ -3,7 +3,7 @@
 import dataclasses
 import random
 
-from quendal_tools.transmitter import STOP_MARKER
+from quendal_tools.protocol.control_files import STOP_MARKER
 
 DIRECT, STAGED = MODES = ("direct", "staged")
 REBOOT_FILE = "reboot.cfg"

@@ -5,7 +5,7 @@ import pathlib
 import subprocess
 import tempfile
 
-from quendal_tools.board_files import TARGET
+from quendal_tools.board.layout import TARGET
 from quendal_tools.power_cuts.plan import ENDS
 from quendal_tools.transmitter import LIST_FILE
 

@@ -13,7 +13,7 @@ import subprocess
 import time
 
 from quendal_tools.emulator import EmulatorUnavailable
-from quendal_tools.namespace import wait_until
+from quendal_tools.board.waiting import wait_until
 from quendal_tools.power_cuts import plan
 from quendal_tools.power_cuts.disk_board import DiskBoard, make_file_system
 from quendal_tools.power_cuts.remains import Remains, look

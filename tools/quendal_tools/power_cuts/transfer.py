@@ -4,7 +4,7 @@ import contextlib
 import threading
 import time
 
-from quendal_tools.transmitter import STOP_MARKER, Transmitter
+from quendal_tools.protocol.control_files import STOP_MARKER, Transmitter
 
 
 def send(transmitter, files, end=STOP_MARKER):
