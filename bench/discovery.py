@@ -38,7 +38,7 @@ def replies(pc, seconds, wanted):
 
     Ends at once when as many displays as wanted have replied.
     """
-    times = {}
+    times: dict[str, float] = {}
     with Discovery(make_socket=pc.socket) as discovery:
         discovery.ask()
         for event in discovery.events(seconds):

@@ -82,7 +82,7 @@ def distribute(board, service, stick):
     board.plug(stick)
     service.wait_for(stick_console.FINISHED, PATIENCE, after=mark)
     board.run(f"until test -e {MARKER}; do sleep 0.1; done", PATIENCE)
-    hours, minutes, seconds, milliseconds = map(int, FIRST_FILE.search(service.stderr_text(), mark).groups())
+    hours, minutes, seconds, milliseconds = map(int, FIRST_FILE.findall(service.stderr_text(), mark)[0])
     begin = hours * 3600 + minutes * 60 + seconds + milliseconds / 1000
     return (float(on_board(board, f"stat --format %.Y {MARKER}")) - begin) % 86400
 

@@ -109,7 +109,7 @@ def compare(board, sender, rate, seconds):
     our_use, their_use = ours.use(), theirs.use()
     counted = int(ours.end(signal.SIGTERM).split()[-1])
     report = theirs.end(signal.SIGINT)
-    captured, dropped = (int(re.search(rf"(\d+) packets {word}", report)[1]) for word in ("captured", "dropped"))
+    captured, dropped = (int(re.findall(rf"(\d+) packets {word}", report)[0]) for word in ("captured", "dropped"))
     print(f"  sent {sent}: service counted {counted}, tcpdump captured {captured} and missed {dropped}")
     print(f"  service {percent(our_use, seconds)}, tcpdump {percent(their_use, seconds)}")
     return sent == counted

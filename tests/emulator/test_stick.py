@@ -17,6 +17,12 @@ def folder(content):
     return {LIST_NAME: LIST.encode(), "FileList.sys": b"layout.zip\r\n", "layout.zip": content}
 
 
+def content_of(archive, member):
+    file = archive.extractfile(member)
+    assert file, member
+    return file.read()
+
+
 def under(path, files):
     return {f"{path}/{name}": data for name, data in files.items()}
 
@@ -57,7 +63,7 @@ def test_log_stick_receives_the_packed_logs_and_the_board_restarts(make_rig, mak
     rig.await_reboot()
 
     archive = tarfile.open(fileobj=io.BytesIO(stick.content()["KVLOG/zelo-curLogs.tar.gz"]))
-    logs = {re.sub(r"-\d\.log", "-DAY.log", member.name): archive.extractfile(member).read()
+    logs = {re.sub(r"-\d\.log", "-DAY.log", member.name): content_of(archive, member)
             for member in archive if member.isfile()}
     assert set(logs) == {"Log/zeloOld.log", "Log/zeloApp-DAY.log", "Log/zeloKernMsg-DAY.log", "Log/LogReset.dat.bak"}
     assert logs["Log/zeloApp-DAY.log"] == b"this session"

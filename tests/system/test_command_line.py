@@ -16,17 +16,20 @@ Quendal_L app/service
 """
 
 
-@pytest.fixture
-def answer(make_board, quendal):
-    """Runs the program to its end: (exit status, standard output, error stream)."""
-    board = make_board()
+class Program:
+    def __init__(self, board, binary):
+        self.board = board
+        self._binary = binary
 
-    def ask(*arguments):
-        service = board.start_service(quendal, args=arguments)
+    def __call__(self, *arguments):
+        """Runs the program to its end: (exit status, standard output, error stream)."""
+        service = self.board.start_service(self._binary, args=arguments)
         return service.wait(30), service.stdout_text(), service.stderr_text()
 
-    ask.board = board
-    return ask
+
+@pytest.fixture
+def answer(make_board, quendal):
+    return Program(make_board(), quendal)
 
 
 @pytest.mark.parametrize("option", ["-h", "--help"])

@@ -122,12 +122,13 @@ def test_what_follows_a_malformed_packet_is_no_packet(session):
 
 
 def test_datagrams_that_the_display_complains_about_or_that_are_cut_short_are_marked(session):
-    sent = {**{f"{name}, reported": case for name, case in REPORTED.items()}, **TAKEN}
+    expected: dict[str, str | None] = {f"{name}, reported": reason for name, (_, reason) in REPORTED.items()}
+    expected.update((name, reason) for name, (_, reason) in TAKEN.items())
     from_transmitter = f"udp && ip.src == {session.board.pc.address} && lcdpacket"
     # Before these go the request and the reply; behind them the transmitter's farewell.
     told = marks(session.capture, f"{from_transmitter} && !(lcdpacket.word_a == {NOTICED_WORD})")[2:-1]
 
-    assert dict(zip(sent, told, strict=True)) == {name: reason for name, (_, reason) in sent.items()}
+    assert dict(zip(expected, told, strict=True)) == expected
 
 
 def test_only_malformed_packets_are_marked(session):

@@ -1,6 +1,7 @@
 """Peers that mean no good: many at once, resetting, and more than there are descriptors."""
 
 import random
+import socket
 import time
 
 import pytest
@@ -93,7 +94,7 @@ def test_storm_of_resets_at_random_points_leaves_a_usable_service(rig):
     whole = packet.file_packet("storm.bin", bytes(300))
 
     for _ in range(15):
-        connections = []
+        connections: list[socket.socket] = []
         while len(connections) < 20:
             try:
                 connections.append(rig.board.pc.connect(DATA_PORT))

@@ -12,18 +12,22 @@ FOLLOWING = packet.file_packet("following.bin", b"f")
 HUGE = [0x7FFFFFFF, 0x80000000, 0xFFFFFFFF]
 
 
-@pytest.fixture
-def said(shared_rig):
-    """What is written about a connection that sends this, between its greeting and the port's re-opening."""
-    def send(data):
-        mark = shared_rig.service.mark()
-        peer = shared_rig.send(data)
-        text = shared_rig.text_since(mark)
+class Said:
+    def __init__(self, rig):
+        self.rig = rig
+
+    def __call__(self, data):
+        """What is written about a connection that sends this, between its greeting and the port's re-opening."""
+        mark = self.rig.service.mark()
+        peer = self.rig.send(data)
+        text = self.rig.text_since(mark)
         assert text.startswith(console.connected(peer)) and text.endswith(console.reopened(peer))
         return text.removeprefix(console.connected(peer)).removesuffix(console.reopened(peer))
 
-    send.rig = shared_rig
-    return send
+
+@pytest.fixture
+def said(shared_rig):
+    return Said(shared_rig)
 
 
 @pytest.mark.parametrize("length", [0, 1, 3, 4, 5, 19, 1027, 4096, 65536, *HUGE])

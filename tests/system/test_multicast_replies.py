@@ -90,7 +90,8 @@ def test_each_of_several_boards_replies_to_its_own_numbers_and_to_wildcards(quen
         for service in services:
             service.wait_for(console.MULTICAST_RESUMED, timeout=60)
         of_address = {board.address: numbers_of(index) for index, board in enumerate(fleet.boards)}
-        for asked in ({}, {"group": 1}, {"column": 2}, {"unit": 1}, {"column": 1, "unit": 2}):
+        questions: list[dict[str, int]] = [{}, {"group": 1}, {"column": 2}, {"unit": 1}, {"column": 1, "unit": 2}]
+        for asked in questions:
             time.sleep(multicast.REPLY_INTERVAL + 1)
             expected = {address for address, numbers in of_address.items()
                         if all(getattr(numbers, name) == value for name, value in asked.items())}

@@ -5,7 +5,7 @@ import pytest
 from quendal_tools.configuration.example import NUMBERS
 from quendal_tools.protocol.control_files import STOP_MARKER
 from quendal_tools.stick import media
-from quendal_tools.stick.forecast import foresee
+from quendal_tools.stick.forecast import Forecast, foresee
 from support import stick
 from support.stick import start_with_stick
 
@@ -41,13 +41,13 @@ def folders(*names):
     pytest.param([folders("KVSOURCE")], id="source alone"),
 ])
 def test_the_service_does_what_was_foreseen(make_rig, parts):
+    forecasts: list[Forecast] = []
+
     def prepare(drive):
         for part in parts:
             part(drive)
-
         forecasts.append(foresee(media.FolderStick(drive.path()), NUMBERS))
 
-    forecasts = []
     rig, _ = start_with_stick(make_rig, prepare)
 
     # The duties for a stick come before the first look at the link.

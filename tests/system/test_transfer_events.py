@@ -16,18 +16,22 @@ STOP = packet.file_packet("kvXferStop.sys", b"")
 DATA = packet.file_packet("data.bin", b"data")
 
 
-@pytest.fixture
-def transfer(rig):
-    """Sends packets on one connection and gives the events [(time, name)] once they are as many as wanted."""
-    def run(*sent, wanted):
-        known = len(rig.display.events())
-        with rig.session() as connection:
+class Transfer:
+    def __init__(self, rig):
+        self.rig = rig
+
+    def __call__(self, *sent, wanted):
+        """Sends packets on one connection and gives the events [(time, name)] once they are as many as wanted."""
+        known = len(self.rig.display.events())
+        with self.rig.session() as connection:
             connection.sendall(b"".join(sent))
             return wait_until(
-                lambda: (events := rig.display.events()[known:])[wanted - 1:] and events, 30, f"{wanted} events")
+                lambda: (events := self.rig.display.events()[known:])[wanted - 1:] and events, 30, f"{wanted} events")
 
-    run.rig = rig
-    return run
+
+@pytest.fixture
+def transfer(rig):
+    return Transfer(rig)
 
 
 def names(events):

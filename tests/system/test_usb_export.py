@@ -35,6 +35,12 @@ def write_packages(board):
     board.write(f"{WORK}/Package_Lyt.zip", "layout")
 
 
+def content_of(archive, member):
+    file = archive.extractfile(member)
+    assert file, member
+    return file.read()
+
+
 def shell_errors(board):
     """What the board's shell and its programs say about the commands, where they say anything."""
     keep = "sudo if [ -f x ]; then cp x y; fi"
@@ -68,7 +74,7 @@ def test_logs_are_packed_onto_the_stick_which_is_released_whatever_else_it_holds
 
     archive = drive.path("KVLOG/zelo-curLogs.tar.gz")
     with tarfile.open(archive) as packed:
-        logs = {name: packed.extractfile(f"Log/{name}").read()
+        logs = {name: content_of(packed, f"Log/{name}")
                 for name in (f"zeloApp-{weekday}.log", f"zeloKernMsg-{weekday}.log", "other.log")}
     assert list(logs.values()) == [b"session", b"messages", b"kept"]
     assert [entry.name for entry in drive.path("KVLOG").iterdir()] == [archive.name]

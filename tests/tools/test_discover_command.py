@@ -18,10 +18,10 @@ def _start(port):
     started = []
 
     def start(*options):
-        words = [sys.executable, TRANSMITTER, "discover", "--interface", "lo", "--address", GROUP, "--port", str(port)]
+        network = ["--interface", "lo", "--address", GROUP, "--port", str(port)]
         started.append(subprocess.Popen(
-            [*words, *options], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
-            env={"COLUMNS": "120", "LC_ALL": "C.UTF-8"}))
+            [sys.executable, TRANSMITTER, "discover", *network, *options],
+            stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, env={"COLUMNS": "120", "LC_ALL": "C.UTF-8"}))
         return started[-1]
 
     yield start

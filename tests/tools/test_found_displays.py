@@ -8,7 +8,8 @@ HARDWARE_ADDRESS = "00:11:22:33:44:55"
 
 
 def replied(source, numbers, seconds=0.5):
-    return Replied(source, Descriptor(*numbers, source, HARDWARE_ADDRESS), seconds)
+    group, column, unit = numbers
+    return Replied(source, Descriptor(group, column, unit, source, HARDWARE_ADDRESS), seconds)
 
 
 def test_displays_are_sorted_by_their_numbers_and_those_only_heard_stand_apart():

@@ -12,7 +12,7 @@ FOR_A_PC = {"configuration", "protocol", "stick", "commands"}
 RIG = {"board", "sandbox", "emulator", "demo"}
 
 # The rooms of the package that each place may use beside itself; a place that is not here may use none.
-MAY_USE = {
+MAY_USE: dict[str, set[str]] = {
     f"{PACKAGE}/configuration": set(),
     f"{PACKAGE}/protocol": {"configuration"},
     f"{PACKAGE}/stick": {"configuration", "protocol"},
@@ -67,9 +67,9 @@ def wrong_imports(files):
     """One line for each import that goes the wrong way."""
     for name, source in files:
         place = place_of(name)
-        allowed = {*MAY_USE.get(place, ()), place.removeprefix(PACKAGE + "/")}
+        allowed = MAY_USE.get(place, set()) | {place.removeprefix(PACKAGE + "/")}
         for module in imported(source):
-            package, room, *_ = [*module.split("."), "", ""]
+            package, room = (module + ".").split(".")[:2]
             if package == "" or package == "quendal_tools" and room not in allowed:
                 yield f"{name}: {module}"
 

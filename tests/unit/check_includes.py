@@ -13,7 +13,7 @@ import re
 import sys
 
 # Each folder and those below it: what it may include besides itself.
-BELOW = {
+BELOW: dict[str, set[str]] = {
     "base": set(),
     "ipc": {"base"},
     "network": {"base"},
@@ -29,7 +29,7 @@ BELOW = {
 
 # The header of a folder's process-wide variables, and who may include it besides that folder: the start-up
 # configures all of them, the link's watch pauses the network tasks, and the link is everybody's business.
-STATE_READERS = {
+STATE_READERS: dict[str, set[str]] = {
     "base/shared_state.h": set(BELOW),
     "network/network_state.h": {"multicast", "video", "maintenance", "app"},
     "transfer/transfer_state.h": {"maintenance", "app"},
@@ -85,7 +85,7 @@ def wrong_includes(source):
 
 def graph(source):
     """One line for each folder: whom it includes, and how often."""
-    counts = collections.defaultdict(collections.Counter)
+    counts: dict[str, collections.Counter[str]] = collections.defaultdict(collections.Counter)
     for name, included in includes_of(source):
         if folder_of(name) != folder_of(included):
             counts[folder_of(name)][folder_of(included)] += 1

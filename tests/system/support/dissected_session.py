@@ -108,7 +108,7 @@ def send_refused(rig, ports, codes):
         dissection.use_ports(rig.board.pc, _OWN_PORTS[number:number + 1])
         mark = rig.service.mark()
         ports[name] = int(rig.send(data).rpartition(":")[2])
-        codes[name] = int(re.search(r"Err RC:(\d+)", rig.text_since(mark))[1])
+        codes[name] = int(re.findall(r"Err RC:(\d+)", rig.text_since(mark))[0])
     dissection.use_ports(rig.board.pc, _OTHER_PORTS)
     with rig.session() as connection:
         ports["behind"] = connection.getsockname()[1]

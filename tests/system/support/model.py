@@ -28,12 +28,13 @@ class Model:
     """The files and the mode that outlive a connection, and what the streams so far have led to."""
 
     def __init__(self):
-        self.files = {False: {}, True: {}}
+        self.files: dict[bool, dict[bytes, bytes]] = {False: {}, True: {}}
         self.dont_care = False
 
     def connection(self, stream):
         """Takes a whole connection, which ends behind the stream: (text between greeting and code line, code)."""
-        source, said = Source(stream), []
+        source = Source(stream)
+        said: list[bytes] = []
         try:
             while True:
                 self._packet(source, said)

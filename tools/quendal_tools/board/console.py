@@ -48,27 +48,27 @@ _OF_MULTICAST_STATE = re.compile("|".join(_MULTICAST_STATE))
 _OF_MULTICAST = re.compile("|".join(_MULTICAST_STATE + _MULTICAST_FAILURES))
 
 
-def multicast_settings(ttl=1):
+def multicast_settings(ttl: int = 1) -> str:
     return f"\nmttl:{ttl}\nmcRxTimeout:1\nmcTxTimeout:1"
 
 
-def multicast_opening(ttl=1):
+def multicast_opening(ttl: int = 1) -> str:
     return MULTICAST_TRIGGER + multicast_settings(ttl) + MULTICAST_RESUMED
 
 
-def multicast_opening_failed(message, settings=""):
+def multicast_opening_failed(message: str, settings: str = "") -> str:
     return MULTICAST_TRIGGER + settings + f"\nMcTask: Exception Met!\nException Message:{message}" + MULTICAST_RESUMED
 
 
 MULTICAST_OPENED = multicast_opening()
 
 
-def without_relaunch(text, opening=MULTICAST_OPENED):
+def without_relaunch(text: str, opening: str = MULTICAST_OPENED) -> str:
     """At some full hours of the day the multicast socket is opened anew: leaves the words about that out."""
     return re.sub(_RELAUNCH, "", re.sub(_RELAUNCH + re.escape(MULTICAST_PAUSED + opening), "", text))
 
 
-def without_multicast(text):
+def without_multicast(text: str) -> str:
     """The text without what the multicast and video tasks write about their state, at any moment.
 
     Their failures stay in it.
@@ -76,33 +76,33 @@ def without_multicast(text):
     return _OF_MULTICAST_STATE.sub("", text).replace(VIDEO_START, "")
 
 
-def multicast_part(text, opening=MULTICAST_OPENED):
+def multicast_part(text: str, opening: str = MULTICAST_OPENED) -> str:
     """What the multicast task writes about its state and its failures, but for the openings that the hour brings."""
     return without_relaunch("".join(_OF_MULTICAST.findall(text)), opening)
 
 
-def connected(*peers):
+def connected(*peers: str) -> str:
     return "".join(f"Connection from {peer}\n" for peer in peers)
 
 
-def disconnected(*peers):
+def disconnected(*peers: str) -> str:
     return "".join(f"Disconnecting {peer}\n" for peer in peers)
 
 
-def file_named(name):
+def file_named(name: str) -> str:
     return "\nDataRxFileElement,fileAsciiName:" + name
 
 
-def failed(code):
+def failed(code: int) -> str:
     return f"\nData TCP port read err, Err RC:{code}"
 
 
-def reopened(*peers):
+def reopened(*peers: str) -> str:
     """What follows an error: the service drops these connections and opens again."""
     return CLOSING + disconnected(*peers) + CLOSED + WAITING + OPENING + OPEN
 
 
-def exception(place, message):
+def exception(place: str, message: str) -> str:
     return f"\n{place} Exception Met!\nException Message:{message}"
 
 
@@ -112,13 +112,14 @@ STATUS_REFUSED = "\nDataRxCmdStatus:" + _WRONG_FORMAT
 DATAGRAM_REFUSED = "\n" + _WRONG_FORMAT
 
 
-def closed_by_peer(place):
+def closed_by_peer(place: str) -> str:
     return f"\n{place}read 0 bytes, seems that socket was closed,disconnecting..."
 
 
-def start_up(*, static="", interface=example.INTERFACE, group=example.GROUP, converted=None,
-             identity="/".join(map(str, example.NUMBERS)), dip="Car Type, Unit ID = 0", orientation="Landscape",
-             created=DEST_CREATED + WORK_CREATED):
+def start_up(*, static: str = "", interface: str | None = example.INTERFACE, group: str = example.GROUP,
+             converted: str | None = None, identity: str = "/".join(map(str, example.NUMBERS)),
+             dip: str = "Car Type, Unit ID = 0", orientation: str = "Landscape",
+             created: str = DEST_CREATED + WORK_CREATED) -> str:
     """All that is written before the first task runs.
 
     created is about the missing directories, static what is written while a static address is set.
@@ -131,11 +132,11 @@ def start_up(*, static="", interface=example.INTERFACE, group=example.GROUP, con
     return text + f"\r\n   DIP switch set LCD to {dip}\r\n   Orientation: {orientation}\r\n"
 
 
-def before_tasks(text):
+def before_tasks(text: str) -> str:
     """What stands before the first word of DataTask, without the maintenance task's, which may be faster."""
     return text.partition(DATA_TASK_START)[0].replace(LINKED, "")
 
 
-def command(text):
+def command(text: str) -> str:
     """How a command that changes the address is announced."""
     return f"\r\nCmd:{text}\r\n"

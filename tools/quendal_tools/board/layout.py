@@ -1,6 +1,6 @@
 """Where the service finds its files on a board, and the example configuration there."""
 
-from quendal_tools.configuration.ini_text import with_keys
+from quendal_tools.configuration.ini_text import Overrides, with_keys
 from quendal_tools.configuration.places import EXAMPLE
 
 APPLICATION = "/data/app/kavenor"
@@ -12,7 +12,7 @@ LOG = "/data/app/Log"
 MAKER_WORK = "/data/home/kavenor/Work"
 
 
-def example_configuration(overrides, static_address=None):
+def example_configuration(overrides: Overrides, static_address: tuple[str, str] | None = None) -> dict[str, str]:
     """The example configuration as a mapping from path to text; overrides are for Quendal_L.ini."""
     files = {
         WORK + "/Quendal_L.ini": with_keys((EXAMPLE / "Quendal_L.ini").read_text(), overrides),
@@ -24,7 +24,7 @@ def example_configuration(overrides, static_address=None):
     return files
 
 
-def static_configuration(address, gateway):
+def static_configuration(address: str, gateway: str) -> str:
     """IPAddress.ini for these two IPv4 addresses."""
     keys = {"IP": address, "DefaultGateway": gateway, "DNS": gateway}
     return with_keys((EXAMPLE / "IPAddress.ini").read_text(), keys)

@@ -13,21 +13,21 @@ LAYOUT = "\n######      Copying Package_Lyt.zip file......       ######"
 RESTARTING = "\nGoing to reboot device......"
 
 
-def found(name):
+def found(name: str) -> str:
     return f"\nUSB drive found: [/dev/{name}]"
 
 
-def mounting(name):
+def mounting(name: str) -> str:
     return ANNOUNCED + f"\nMounting USB drive......\n>>sudo mount -t vfat /dev/{name} -w /data/home/{name}"
 
 
-def releasing(name):
+def releasing(name: str) -> str:
     return f"\nto umount drv:{name}"
 
 
-def searching(name):
+def searching(name: str) -> str:
     return f"\nSearching /KVCFG folder in USB Device,\n>>/data/home/{name}/KVCFG......\n"
 
 
-def listed(file_list):
+def listed(file_list: str) -> str:
     return f"\n{58 * '*'}\n*********  Going to extract file name from fileList:[\n{file_list}]\n"

@@ -1,9 +1,11 @@
 """Waiting for what another process does."""
 
 import time
+from collections.abc import Callable
+from typing import Any
 
 
-def wait_until(condition, timeout, what, interval=0.01):
+def wait_until(condition: Callable[[], Any], timeout: float, what: str, interval: float = 0.01) -> Any:
     """Polls until condition() gives something true and returns that; TimeoutError naming what was awaited."""
     deadline = time.monotonic() + timeout
     while True:

@@ -5,13 +5,15 @@ import contextlib
 import json
 import sys
 import time
+from collections.abc import Iterator
 
 from rich.console import Console
 from rich.live import Live
 
 from quendal_tools.commands.found_displays import FoundDisplays
+from quendal_tools.commands.subcommands import Subcommands
 from quendal_tools.configuration.example import GROUP, GROUP_PORT
-from quendal_tools.protocol.discovery import Discovery, Refused, Replied
+from quendal_tools.protocol.discovery import Discovery, Event, Refused, Replied
 
 _DESCRIPTION = """\
 Asks the displays on the network who they are, and shows a table of those that reply.
@@ -24,20 +26,20 @@ display has replied, else 1.
 _SECONDS_BETWEEN_ROUNDS = 60
 
 
-def _number(text):
+def _number(text: str) -> int:
     if not text.isascii() or not text.isdecimal() or int(text) > 0xFFFF:
         raise argparse.ArgumentTypeError(f"not a number from 0 to 65535: {text}")
     return int(text)
 
 
-def _positive(text):
+def _positive(text: str) -> float:
     seconds = float(text)
     if not 0 < seconds < float("inf"):
         raise argparse.ArgumentTypeError(f"not a time above 0: {text}")
     return seconds
 
 
-def add_to(commands):
+def add_to(commands: Subcommands) -> None:
     discover = commands.add_parser("discover", help="find the displays on the network", description=_DESCRIPTION,
                                    formatter_class=argparse.RawDescriptionHelpFormatter)
     for name in ("group", "column", "unit"):
@@ -59,7 +61,7 @@ def add_to(commands):
     discover.set_defaults(run=run)
 
 
-def run(given):
+def run(given: argparse.Namespace) -> int:
     found = FoundDisplays()
     try:
         with Discovery(given.address, given.port, interface=given.interface, server_port=given.server_port,
@@ -70,7 +72,7 @@ def run(given):
     return 0 if found.replied() else 1
 
 
-def _hear(discovery, given):
+def _hear(discovery: Discovery, given: argparse.Namespace) -> Iterator[Event]:
     """Asks, and gives every event until the time is over."""
     end = time.monotonic() + given.seconds
     while (left := end - time.monotonic()) > 0:
@@ -81,7 +83,7 @@ def _hear(discovery, given):
         discovery.ask(given.group, given.column, given.unit)
 
 
-def _print_json(events, found, _):
+def _print_json(events: Iterator[Event], found: FoundDisplays, _: argparse.Namespace) -> None:
     with contextlib.suppress(KeyboardInterrupt):
         for event in events:
             if not isinstance(event, Refused):
@@ -89,14 +91,14 @@ def _print_json(events, found, _):
             print(json.dumps(_plain(event)), flush=True)
 
 
-def _plain(event):
-    fields = {"event": type(event).__name__.lower(), "source": event.source}
+def _plain(event: Event) -> dict[str, object]:
+    fields: dict[str, object] = {"event": type(event).__name__.lower(), "source": event.source}
     if isinstance(event, Replied):
         return {**fields, **vars(event.descriptor), "milliseconds": round(event.seconds * 1000, 3)}
     return {**fields, "reason": event.reason} if isinstance(event, Refused) else fields
 
 
-def _show_table(events, found, given):
+def _show_table(events: Iterator[Event], found: FoundDisplays, given: argparse.Namespace) -> None:
     console = Console(highlight=False)
     live = Live(console=console, refresh_per_second=4, transient=True,
                 get_renderable=lambda: found.table(given.watch) if console.is_terminal else "")
@@ -110,7 +112,7 @@ def _show_table(events, found, given):
     console.print(_summary(found), soft_wrap=True)
 
 
-def _summary(found):
+def _summary(found: FoundDisplays) -> str:
     replied = found.replied()
     if not replied:
         return "[red]No display has replied.[/red]"

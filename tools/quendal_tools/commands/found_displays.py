@@ -8,7 +8,7 @@ from rich.table import Table
 from rich.text import Text
 
 from quendal_tools.protocol.alive import Descriptor
-from quendal_tools.protocol.discovery import Replied
+from quendal_tools.protocol.discovery import Heartbeat, Replied
 
 # Heartbeats come every 11 seconds on a quiet network: this display has missed two of them.
 _SILENT_AFTER = 30
@@ -16,25 +16,25 @@ _SILENT_AFTER = 30
 
 @dataclasses.dataclass
 class FoundDisplay:
-    """descriptor is the newest, seconds of the first reply; both None while only heartbeats came."""
+    """descriptor is the newest, None while only heartbeats came; seconds is the first reply's time."""
 
     source: str
     descriptor: Descriptor | None = None
-    seconds: float | None = None
+    seconds: float = 0.0
     heartbeats: int = 0
     last_heard: float = 0.0
 
-    def numbers(self):
+    def numbers(self) -> tuple[int, ...]:
         return (self.descriptor.group, self.descriptor.column, self.descriptor.unit) if self.descriptor else ()
 
 
 class FoundDisplays:
     """Keeps one entry for each address that displays speak from."""
 
-    def __init__(self):
-        self._by_source = {}
+    def __init__(self) -> None:
+        self._by_source: dict[str, FoundDisplay] = {}
 
-    def note(self, event):
+    def note(self, event: Replied | Heartbeat) -> tuple[FoundDisplay, bool]:
         """Takes in a Replied or Heartbeat; returns the entry, and whether it is its first reply."""
         found = self._by_source.setdefault(event.source, FoundDisplay(event.source))
         found.last_heard = time.monotonic()
@@ -47,19 +47,19 @@ class FoundDisplays:
             found.seconds = event.seconds
         return found, first
 
-    def replied(self):
+    def replied(self) -> list[FoundDisplay]:
         """Those that have replied, by group, column and unit."""
         return sorted((found for found in self._by_source.values() if found.descriptor), key=FoundDisplay.numbers)
 
-    def only_heard(self):
+    def only_heard(self) -> list[FoundDisplay]:
         return [found for found in self._by_source.values() if not found.descriptor]
 
-    def shared_numbers(self):
+    def shared_numbers(self) -> set[tuple[int, ...]]:
         """The group, column and unit numbers that more than one display goes by."""
         counts = collections.Counter(found.numbers() for found in self.replied())
         return {numbers for numbers, count in counts.items() if count > 1}
 
-    def table(self, watched=False):
+    def table(self, watched: bool = False) -> Table:
         """The displays as a table; when watched, with their heartbeats."""
         columns = ["group", "column", "unit", "address", "hardware address", "replied after"]
         table = Table(*columns, *(["heartbeats", "last heard"] if watched else []))
@@ -68,11 +68,12 @@ class FoundDisplays:
         shared = self.shared_numbers()
         for found in self.replied() + self.only_heard():
             style = "yellow" if found.numbers() in shared else None
-            table.add_row(*_cells(found), *(_watch_cells(found) if watched else ()), style=style)
+            watch_cells = _watch_cells(found) if watched else []
+            table.add_row(*_cells(found), *watch_cells, style=style)
         return table
 
 
-def _cells(found):
+def _cells(found: FoundDisplay) -> list[str]:
     who = found.descriptor
     if not who:
         return ["-", "-", "-", found.source, "-", "-"]
@@ -80,6 +81,6 @@ def _cells(found):
     return [*map(str, found.numbers()), address, who.hardware_address or "unknown", f"{found.seconds * 1000:.1f} ms"]
 
 
-def _watch_cells(found):
+def _watch_cells(found: FoundDisplay) -> list[str | Text]:
     age = time.monotonic() - found.last_heard
-    return str(found.heartbeats), Text(f"{age:.0f} s ago", style="red" if age > _SILENT_AFTER else "green")
+    return [str(found.heartbeats), Text(f"{age:.0f} s ago", style="red" if age > _SILENT_AFTER else "green")]

@@ -1,5 +1,6 @@
 """The transmitter's command "send": files over TCP as one transfer."""
 
+import argparse
 import pathlib
 import socket
 import sys
@@ -8,14 +9,15 @@ import time
 from rich.console import Console
 
 from quendal_tools.commands.progress import transfer_progress
+from quendal_tools.commands.subcommands import Subcommands
 from quendal_tools.configuration.example import ADDRESS, DATA_PORT
 from quendal_tools.protocol.control_files import DONT_CARE_LIST_FILE, LIST_FILE
-from quendal_tools.protocol.sending import Transmitter
+from quendal_tools.protocol.sending import Progress, Transmitter
 
 _DESCRIPTION = "Sends files to a display over TCP, as one transfer: list file, the files, stop marker."
 
 
-def add_to(commands):
+def add_to(commands: Subcommands) -> None:
     send = commands.add_parser("send", help="send files as one transfer", description=_DESCRIPTION)
     send.add_argument("--host", default=ADDRESS, help="the display's address (%(default)s)")
     send.add_argument("--port", type=int, default=DATA_PORT, help="its data port, lcdDataPort (%(default)s)")
@@ -30,7 +32,7 @@ def add_to(commands):
     send.set_defaults(run=run)
 
 
-def run(given):
+def run(given: argparse.Namespace) -> int:
     if given.list_file and not any(marker in given.list_file.name for marker in (LIST_FILE, DONT_CARE_LIST_FILE)):
         sys.exit(f"transmitter: the list file's name contains neither {LIST_FILE} nor {DONT_CARE_LIST_FILE}")
     console = Console()
@@ -46,8 +48,8 @@ def run(given):
     return 0
 
 
-def _send(given, progress):
-    def connect():
+def _send(given: argparse.Namespace, progress: Progress) -> float:
+    def connect() -> socket.socket:
         return socket.create_connection((given.host, given.port), timeout=30)
 
     with Transmitter(connect, progress) as transmitter:

@@ -1,10 +1,19 @@
 """A forecast for a stick on the screen."""
 
+import pathlib
+from collections.abc import Iterable, Sequence
+
+from rich.console import Console
 from rich.table import Table
 from rich.text import Text
 
+from quendal_tools.configuration.identity import Numbers
+from quendal_tools.stick.forecast import Forecast
+from quendal_tools.stick.prepare import Configuration
+from quendal_tools.stick.rules import Candidate
 
-def tell(console, own, forecast):
+
+def tell(console: Console, own: Numbers, forecast: Forecast) -> None:
     console.print(f"\n[bold]Display {own}[/bold] (group.column.unit)")
     if forecast.candidates:
         console.print(_table(forecast))
@@ -14,7 +23,8 @@ def tell(console, own, forecast):
         console.print(Text("  ! " + _printable(warning), style="yellow"), soft_wrap=True)
 
 
-def tell_prepared(console, path, configurations, forecasts):
+def tell_prepared(console: Console, path: pathlib.Path, configurations: Sequence[Configuration],
+                  forecasts: Iterable[Forecast]) -> None:
     console.print(f"{path} is prepared.", markup=False, soft_wrap=True)
     if configurations:
         table = Table("folder in KVCFG", "group", "column", "unit", "files", "bytes")
@@ -29,7 +39,7 @@ def tell_prepared(console, path, configurations, forecasts):
         console.print(Text("! " + _printable(warning), style="yellow"), soft_wrap=True)
 
 
-def _table(forecast):
+def _table(forecast: Forecast) -> Table:
     table = Table("folder in KVCFG", "read as", "weight", "")
     table.columns[2].justify = "right"
     for candidate in forecast.candidates:
@@ -41,7 +51,7 @@ def _table(forecast):
     return table
 
 
-def _verdict(candidate):
+def _verdict(candidate: Candidate) -> Text:
     if candidate.numbers is None:
         return Text("ignored: not three numbers", style="dim")
     if candidate.weight is None:
@@ -49,6 +59,6 @@ def _verdict(candidate):
     return Text("fits, but not best")
 
 
-def _printable(text):
+def _printable(text: str) -> str:
     """Names on a stick are anybody's: none of them may speak to the terminal."""
     return "".join(character if character.isprintable() else "?" for character in text)

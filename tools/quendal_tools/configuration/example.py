@@ -5,7 +5,7 @@ from quendal_tools.configuration.identity import Numbers
 from quendal_tools.configuration.places import EXAMPLE
 
 
-def _values(name):
+def _values(name: str) -> dict[str, str]:
     return ini_text.read((EXAMPLE / name).read_text())
 
 

@@ -10,5 +10,5 @@ class Numbers(NamedTuple):
     column: int
     unit: int
 
-    def __str__(self):
+    def __str__(self) -> str:
         return f"{self.group}.{self.column}.{self.unit}"

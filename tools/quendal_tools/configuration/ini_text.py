@@ -6,6 +6,10 @@ belongs to the first line, so that this begins no section any more.
 """
 
 import re
+from collections.abc import Mapping
+
+# Keys to change in an ini text, and their values; None for one to take out.
+Overrides = Mapping[str, object]
 
 _SPACE = " \t\n\v\f\r"
 _SECTION = re.compile(r"\[([^]\n]*)[]\n]?")
@@ -13,9 +17,10 @@ _LINE = re.compile(r"([^=\n]*)(?:=([^\n]*))?\n?")
 _COMMENT = re.compile(r";[^\n]*\n?")
 
 
-def read(text):
+def read(text: str) -> dict[str, str]:
     """The values by "section.key" in small letters."""
-    values, section, position = {}, "", 0
+    values: dict[str, str] = {}
+    section, position = "", 0
     while position < len(text):
         if text[position] in _SPACE:
             position += 1
@@ -23,41 +28,41 @@ def read(text):
             position = comment.end()
         elif head := _SECTION.match(text, position):
             section, position = head[1].strip(_SPACE), head.end()
-        else:
-            line = _LINE.match(text, position)
+        elif line := _LINE.match(text, position):
             key = line[1].strip(_SPACE)
             values[(f"{section}.{key}" if section else key).lower()] = (line[2] or "").strip(_SPACE)
             position = line.end()
     return values
 
 
-def with_keys(text, overrides):
+def with_keys(text: str, overrides: Overrides) -> str:
     """An ini text with some keys changed, added, or (value None) taken out.
 
     A key is "key" in the section "Tessane Param" (or in a file without sections), or "section.key".
     """
     for name, value in overrides.items():
         section, _, key = name.rpartition(".")
-        line = None if value is None else f"{key} = {value}"
+        new = [] if value is None else [f"{key} = {value}"]
         if not section:
             section = "Tessane Param" if "[Tessane Param]" in text else ""
-        text = _with_line(text, section, key, line)
+        text = _with_line(text, section, key, new)
     return text
 
 
-def _with_line(text, section, key, line):
-    kept, current, done = [], "", line is None
+def _with_line(text: str, section: str, key: str, new: list[str]) -> str:
+    kept: list[str] = []
+    current, done = "", not new
     for old in text.splitlines():
         if old.startswith("["):
             if current == section and not done:
-                kept.append(line)
+                kept += new
                 done = True
             current = old.strip().strip("[]")
-        if current == section and re.match(rf"{re.escape(key)}\s*=", old):
-            if done:
-                continue
-            old, done = line, True
-        kept.append(old)
+        if current != section or not re.match(rf"{re.escape(key)}\s*=", old):
+            kept.append(old)
+        elif not done:
+            kept += new
+            done = True
     if not done:
-        kept += [line] if current == section else [f"[{section}]", line]
+        kept += new if current == section else [f"[{section}]", *new]
     return "\n".join(kept) + "\n"

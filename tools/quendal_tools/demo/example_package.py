@@ -1,5 +1,6 @@
 """An example package as a transmitter would send it: two archives and a video clip, made on the spot."""
 
+import pathlib
 import random
 import struct
 import zipfile
@@ -12,7 +13,7 @@ _VIDEO_PID = 0x100
 _ARCHIVE_TIME = (2024, 11, 2, 14, 3, 8)
 
 
-def make(directory):
+def make(directory: pathlib.Path) -> list[pathlib.Path]:
     """Writes the package's files and returns their paths in the order in which they are sent."""
     layout = {
         "layout.ini": "[Panel]\nOrientation=0\nWidth=1920\nHeight=1080\n",
@@ -27,14 +28,14 @@ def make(directory):
     ]
 
 
-def _write_archive(path, members):
+def _write_archive(path: pathlib.Path, members: dict[str, str]) -> pathlib.Path:
     with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED) as archive:
         for name, text in members.items():
             archive.writestr(zipfile.ZipInfo(name, _ARCHIVE_TIME), text)
     return path
 
 
-def _write_clip(path):
+def _write_clip(path: pathlib.Path) -> pathlib.Path:
     """An MPEG transport stream of one programme id; its payload is noise, as compressed video nearly is."""
     noise = random.Random(_TS_SYNC)
     with path.open("wb") as file:

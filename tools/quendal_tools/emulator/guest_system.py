@@ -13,6 +13,7 @@ import struct
 import subprocess
 import tarfile
 import tempfile
+from typing import BinaryIO
 
 from quendal_tools.configuration.places import BUILD
 from quendal_tools.emulator.initramfs import Initramfs
@@ -44,25 +45,25 @@ class GuestSystemError(Exception):
     """The emulated board's system cannot be made here."""
 
 
-def system():
+def system() -> pathlib.Path:
     """Where the system is kept; the name tells by which recipe it was made, so that a changed one makes it anew."""
     recipe = pathlib.Path(__file__).read_bytes()
     return DIRECTORY / f"system-{hashlib.sha256(recipe).hexdigest()[:8]}"
 
 
-def kernel():
+def kernel() -> pathlib.Path:
     return system() / "vmlinux"
 
 
-def base():
+def base() -> pathlib.Path:
     return system() / "base.cpio"
 
 
-def is_ready():
+def is_ready() -> bool:
     return system().exists()
 
 
-def make():
+def make() -> None:
     """Downloads the packages and makes both files, which appear only when they are whole."""
     DIRECTORY.mkdir(parents=True, exist_ok=True)
     with tempfile.TemporaryDirectory(dir=DIRECTORY) as scratch:
@@ -81,14 +82,14 @@ def make():
         finished.rename(system())
 
 
-def _run(*command, **options):
-    result = subprocess.run(command, capture_output=True, text=True, check=False, **options)
+def _run(*command: str | pathlib.Path) -> str:
+    result = subprocess.run(command, capture_output=True, text=True, check=False)
     if result.returncode != 0:
         raise GuestSystemError(f"{' '.join(map(str, command))}: {result.stderr.strip()}")
     return result.stdout
 
 
-def _download(directory):
+def _download(directory: pathlib.Path) -> list[pathlib.Path]:
     """The packages and all that they depend on, as if nothing were installed on this machine."""
     (directory / "partial").mkdir(parents=True)
     nothing_installed = directory / "status"
@@ -99,7 +100,7 @@ def _download(directory):
     return sorted(directory.glob("*.deb"))
 
 
-def _unpacked_kernel(image):
+def _unpacked_kernel(image: bytes) -> bytes:
     """The kernel proper out of its self-unpacking image: unpacking it again at every start would take seconds."""
     setup_sectors = image[0x1F1] or 4
     offset, length = struct.unpack_from("<II", image, 0x248)
@@ -107,18 +108,19 @@ def _unpacked_kernel(image):
     return lzma.LZMADecompressor().decompress(image[start:start + length])
 
 
-def _selected_modules(tree):
+def _selected_modules(tree: pathlib.Path) -> dict[str, bytes]:
     """The modules that the board's hardware needs, and their index; {path in the guest: content}."""
     (directory,) = tree.glob("lib/modules/*")
     found = {path.stem.replace("-", "_"): path for path in directory.rglob("*.ko")}
-    needed = {}
+    needed: dict[str, bytes] = {}
 
-    def need(name):
+    def need(name: str) -> None:
         if name in found and name not in needed:
             content = found[name].read_bytes()
             needed[name] = content
-            for other in re.search(rb"\0depends=([^\0]*)\0", content)[1].decode().split(","):
-                need(other.replace("-", "_"))
+            for others in re.findall(rb"\0depends=([^\0]*)\0", content):
+                for other in others.decode().split(","):
+                    need(other.replace("-", "_"))
 
     for name in _MODULES:
         need(name)
@@ -130,7 +132,7 @@ def _selected_modules(tree):
             for path in sorted(directory.rglob("*")) if path.is_file()}
 
 
-def _write_base(file, packages, modules):
+def _write_base(file: BinaryIO, packages: list[pathlib.Path], modules: dict[str, bytes]) -> None:
     archive = Initramfs(file)
     for name in _MERGED:
         archive.directory("usr/" + name)
@@ -146,7 +148,7 @@ def _write_base(file, packages, modules):
     archive.close()
 
 
-def _add_package(archive, package):
+def _add_package(archive: Initramfs, package: pathlib.Path) -> None:
     with subprocess.Popen(["dpkg-deb", "--fsys-tarfile", package], stdout=subprocess.PIPE) as process:
         with tarfile.open(fileobj=process.stdout, mode="r|") as members:
             for member in members:
@@ -157,12 +159,12 @@ def _add_package(archive, package):
         raise GuestSystemError(f"{package.name} cannot be read")
 
 
-def _path_in_guest(name):
+def _path_in_guest(name: str) -> str:
     path = os.path.normpath(name)
     return "usr/" + path if path.startswith(tuple(top + "/" for top in _MERGED)) else path
 
 
-def _add_member(archive, path, member, members):
+def _add_member(archive: Initramfs, path: str, member: tarfile.TarInfo, members: tarfile.TarFile) -> None:
     if member.isdir():
         archive.directory(path, member.mode)
     elif member.issym():
@@ -170,4 +172,5 @@ def _add_member(archive, path, member, members):
     elif member.islnk():
         archive.link(path, "/" + _path_in_guest(member.linkname))
     elif member.isfile():
-        archive.file(path, members.extractfile(member).read(), member.mode)
+        content = members.extractfile(member)
+        archive.file(path, content.read() if content else b"", member.mode)

@@ -1,11 +1,15 @@
 """Steers a running QEMU by its own protocol: commands, answers and events as lines of JSON."""
 
 import json
+import pathlib
 import socket
 import threading
 import time
+from typing import Any
 
 from quendal_tools.board.waiting import wait_until
+
+Message = dict[str, Any]
 
 
 class QmpError(Exception):
@@ -15,20 +19,22 @@ class QmpError(Exception):
 class Qmp:
     """A connection to QEMU; events collect from its beginning, whatever else is going on."""
 
-    def __init__(self, path, timeout):
+    def __init__(self, path: pathlib.Path, timeout: float) -> None:
         self._socket = socket.socket(socket.AF_UNIX)
         wait_until(lambda: self._connected(path), timeout, "QEMU's control socket")
         self._lines = self._socket.makefile("r", encoding="utf-8")
         self._changed = threading.Condition()
         self._one_at_a_time = threading.Lock()
-        self._events, self._replies, self._ended = [], [], False
+        self._events: list[Message] = []
+        self._replies: list[Message] = []
+        self._ended = False
         threading.Thread(target=self._read, daemon=True).start()
         self.command("qmp_capabilities")
 
-    def close(self):
+    def close(self) -> None:
         self._socket.close()
 
-    def command(self, name, /, **arguments):
+    def command(self, name: str, /, **arguments: object) -> Any:
         """Carries out a command and returns its result."""
         message = json.dumps({"execute": name, "arguments": {k.replace("_", "-"): v for k, v in arguments.items()}})
         with self._one_at_a_time:
@@ -37,7 +43,7 @@ class Qmp:
             except OSError as error:
                 raise QmpError(f"{name}: QEMU has ended") from error
             with self._changed:
-                self._changed.wait_for(lambda: self._replies or self._ended)
+                self._changed.wait_for(lambda: bool(self._replies) or self._ended)
                 if not self._replies:
                     raise QmpError(f"{name}: QEMU has ended")
                 reply = self._replies.pop()
@@ -45,7 +51,7 @@ class Qmp:
             raise QmpError(f"{name}: {reply['error']['desc']}")
         return reply["return"]
 
-    def wait_for_event(self, name, timeout, /, **data):
+    def wait_for_event(self, name: str, timeout: float, /, **data: object) -> Message:
         """Waits for the first event of that name with (at least) that data; returns it and forgets it."""
         deadline = time.monotonic() + timeout
         with self._changed:
@@ -60,14 +66,14 @@ class Qmp:
                     raise TimeoutError(f"no event {name} {data or ''} from QEMU; it has told of {seen}")
                 self._changed.wait(remaining)
 
-    def _connected(self, path):
+    def _connected(self, path: pathlib.Path) -> bool:
         try:
             self._socket.connect(str(path))
         except OSError:
             return False
         return True
 
-    def _read(self):
+    def _read(self) -> None:
         try:
             for line in self._lines:
                 self._note(json.loads(line))
@@ -77,7 +83,7 @@ class Qmp:
             self._ended = True
             self._changed.notify_all()
 
-    def _note(self, message):
+    def _note(self, message: Message) -> None:
         with self._changed:
             if "event" in message:
                 self._events.append(message)

@@ -7,6 +7,7 @@ import configparser
 import dataclasses
 import ipaddress
 import re
+from collections.abc import Mapping
 
 from construct import ConstructError, FocusedSeq, Terminated
 
@@ -49,7 +50,7 @@ class Reply:
     descriptor: Descriptor
 
 
-def request(display, server, words):
+def request(display: Mapping[str, int], server: tuple[str, int], words: tuple[int, int]) -> bytes:
     """The request's datagram.
 
     display  {"group": ..., "column": ..., "unit": ...}, 0 for any
@@ -64,7 +65,7 @@ def request(display, server, words):
     })
 
 
-def is_heartbeat(datagram):
+def is_heartbeat(datagram: bytes) -> bool:
     try:
         parsed = _WholePacket.parse(datagram)
     except ConstructError:
@@ -73,7 +74,7 @@ def is_heartbeat(datagram):
             and parsed.status.kind == _HEARTBEAT_KIND and parsed.status.command == packet.PLAIN_COMMAND)
 
 
-def parse_reply(data):
+def parse_reply(data: bytes) -> Reply:
     """All that a display wrote on its connection, as a Reply; BadReply says what is wrong with it."""
     try:
         parsed = _WholePacket.parse(data)
@@ -89,7 +90,7 @@ def parse_reply(data):
     return Reply(words, parse_descriptor(parsed.file.data))
 
 
-def parse_descriptor(data):
+def parse_descriptor(data: bytes) -> Descriptor:
     """The text that a display describes itself with; BadReply when a line of it is missing or makes no sense."""
     ini = configparser.ConfigParser(interpolation=None)
     try:
@@ -102,13 +103,13 @@ def parse_descriptor(data):
         raise BadReply("a descriptor that makes no sense") from None
 
 
-def _number(text):
+def _number(text: str) -> int:
     if not _NUMBER.fullmatch(text) or int(text) > 0xFFFF:
         raise ValueError(text)
     return int(text)
 
 
-def _hardware_address(text):
+def _hardware_address(text: str) -> str | None:
     if not text:
         return None
     if not _HARDWARE_ADDRESS.fullmatch(text):

@@ -15,10 +15,11 @@ import selectors
 import socket
 import struct
 import time
+from collections.abc import Callable, Iterator
 
 from quendal_tools.configuration.example import GROUP, GROUP_PORT
 from quendal_tools.protocol import alive, packet
-from quendal_tools.protocol.reply_server import ReplyServer
+from quendal_tools.protocol.reply_server import Delivery, ReplyServer
 
 _MAX_DATAGRAM = 1000
 _SIOCGIFADDR = 0x8915
@@ -46,7 +47,11 @@ class Refused:
     reason: str
 
 
-def plain_socket(kind):
+Event = Replied | Heartbeat | Refused
+SocketMaker = Callable[[int], socket.socket]
+
+
+def plain_socket(kind: int) -> socket.socket:
     return socket.socket(socket.AF_INET, kind)
 
 
@@ -58,11 +63,12 @@ class Discovery:
     make_socket  makes a socket of the given kind, so that another network than this process's can be searched
     """
 
-    def __init__(self, group=GROUP, port=GROUP_PORT, *, interface=None, server_port=0, ttl=1, make_socket=plain_socket):
+    def __init__(self, group: str = GROUP, port: int = GROUP_PORT, *, interface: str | None = None,
+                 server_port: int = 0, ttl: int = 1, make_socket: SocketMaker = plain_socket) -> None:
         self._group = (group, port)
         self._session = random.getrandbits(32)
-        self._asked_at = []
-        self._waiting = collections.deque()
+        self._asked_at: list[float] = []
+        self._waiting: collections.deque[Delivery | Heartbeat] = collections.deque()
         self._datagrams = make_socket(socket.SOCK_DGRAM)
         self._listener = make_socket(socket.SOCK_STREAM)
         self._selector = selectors.DefaultSelector()
@@ -75,10 +81,10 @@ class Discovery:
             self._close_sockets()
             raise
 
-    def __enter__(self):
+    def __enter__(self) -> "Discovery":
         return self
 
-    def __exit__(self, *_):
+    def __exit__(self, *_: object) -> None:
         """A display handles its last datagram again and again, so that must not stay a request of ours."""
         try:
             if self._asked_at:
@@ -87,7 +93,7 @@ class Discovery:
             self._server.close()
             self._close_sockets()
 
-    def ask(self, group=0, column=0, unit=0):
+    def ask(self, group: int = 0, column: int = 0, unit: int = 0) -> None:
         """Asks the displays with these numbers, 0 for any, to reply; a display replies once in 6 seconds."""
         datagram = alive.request(
             {"group": group, "column": column, "unit": unit}, self._listener.getsockname(),
@@ -95,7 +101,7 @@ class Discovery:
         self._asked_at.append(time.monotonic())
         self._datagrams.sendto(datagram, self._group)
 
-    def events(self, seconds):
+    def events(self, seconds: float) -> Iterator[Event]:
         """Everything that is heard in that time, as Replied, Heartbeat and Refused."""
         end = time.monotonic() + seconds
         waiting = self._waiting
@@ -110,16 +116,17 @@ class Discovery:
             if waiting and not ready:
                 yield self._event_of(waiting.popleft())
 
-    def _close_sockets(self):
-        for each in (self._datagrams, self._listener, self._selector):
-            each.close()
+    def _close_sockets(self) -> None:
+        self._datagrams.close()
+        self._listener.close()
+        self._selector.close()
 
-    def _routed_address(self, make_socket):
+    def _routed_address(self, make_socket: SocketMaker) -> str:
         with make_socket(socket.SOCK_DGRAM) as probe:
             probe.connect(self._group)
             return probe.getsockname()[0]
 
-    def _join(self, ttl):
+    def _join(self, ttl: int) -> None:
         group, interface = socket.inet_aton(self._group[0]), socket.inet_aton(self.address)
         self._datagrams.setblocking(False)
         self._datagrams.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
@@ -129,7 +136,7 @@ class Discovery:
         self._datagrams.setsockopt(socket.IPPROTO_IP, socket.IP_ADD_MEMBERSHIP, group + interface)
         self._selector.register(self._datagrams, selectors.EVENT_READ, _take_datagram)
 
-    def _event_of(self, delivery):
+    def _event_of(self, delivery: Delivery | Heartbeat) -> Event:
         if isinstance(delivery, Heartbeat):
             return delivery
         if delivery.problem:
@@ -144,13 +151,13 @@ class Discovery:
         return Replied(delivery.source, reply.descriptor, delivery.last_byte - self._asked_at[number])
 
 
-def _take_datagram(datagrams):
+def _take_datagram(datagrams: socket.socket) -> list[Heartbeat]:
     """One's own requests come back, too; they are no heartbeats."""
     datagram, (source, _) = datagrams.recvfrom(_MAX_DATAGRAM)
     return [Heartbeat(source)] if alive.is_heartbeat(datagram) else []
 
 
-def _address_of(interface, any_socket):
+def _address_of(interface: str, any_socket: socket.socket) -> str:
     """The IPv4 address of an interface that is named, or given by that address already."""
     if re.fullmatch(r"[0-9.]+", interface):
         return interface

@@ -6,6 +6,7 @@ packet that announces something else than it holds can be built as easily as a r
 """
 
 import functools
+from collections.abc import Mapping
 
 from construct import Bytes, Default, If, Int8ul, Int16ul, Int32ul, Struct, this
 
@@ -71,25 +72,25 @@ LcdPacket = Struct(
 
 
 @functools.lru_cache
-def _before_file_element():
+def _before_file_element() -> bytes:
     return Header.build({"element_count": 3}) + CommandStatus.build({})
 
 
-def file_head(name, data_length):
+def file_head(name: str | bytes, data_length: int) -> bytes:
     """Everything of a file's packet that goes before its data."""
     return _before_file_element() + FileHead.build({"name": _name_bytes(name), "data_length": data_length})
 
 
-def file_packet(name, data):
+def file_packet(name: str | bytes, data: bytes) -> bytes:
     """A whole packet that carries a file."""
     return file_head(name, len(data)) + data
 
 
-def status_packet(command=PLAIN_COMMAND, address=None):
+def status_packet(command: int = PLAIN_COMMAND, address: Mapping[str, int] | None = None) -> bytes:
     """A packet with header and command status; address is {"unit": ..., "column": ..., "group": ...}."""
     return LcdPacket.build({
         "header": {"element_count": 2}, "status": {"command": command, "address": address}, "file": None})
 
 
-def _name_bytes(name):
+def _name_bytes(name: str | bytes) -> bytes:
     return name if isinstance(name, bytes) else name.encode("ascii")

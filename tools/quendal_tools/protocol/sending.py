@@ -3,45 +3,51 @@
 import fcntl
 import os
 import pathlib
+import socket
 import struct
 import termios
 import time
+from collections.abc import Callable, Iterable, Sequence
 
 from quendal_tools.protocol import packet
 from quendal_tools.protocol.control_files import DONT_CARE_LIST_FILE, LIST_FILE, STOP_MARKER, list_text
 
+# Called with a file's name, its bytes sent so far and its size.
+Progress = Callable[[str, int, int], None]
+
 _PIECE = 1 << 20
 
 
-def ignore_progress(name, sent, size):
+def ignore_progress(name: str, sent: int, size: int) -> None:
     """The progress callback of those who do not want to know."""
 
 
 class Transmitter:
     """One connection to a display; connect is a function that gives a connected socket.
 
-    The progress callbacks are called with a file's name, its bytes sent so far and its size.
+    Between the with statement's start and its end there is a connection.
     """
 
-    def __init__(self, connect, progress=ignore_progress):
+    connection: socket.socket
+
+    def __init__(self, connect: Callable[[], socket.socket], progress: Progress = ignore_progress) -> None:
         self._connect = connect
         self._progress = progress
-        self.connection = None
 
-    def __enter__(self):
+    def __enter__(self) -> "Transmitter":
         self.connection = self._connect()
         return self
 
-    def __exit__(self, *_):
+    def __exit__(self, *_: object) -> None:
         self.connection.close()
 
-    def send_bytes(self, name, data):
+    def send_bytes(self, name: str, data: bytes) -> None:
         """Sends a file that is held in memory."""
         self._progress(name, 0, len(data))
         self.connection.sendall(packet.file_packet(name, data))
         self._progress(name, len(data), len(data))
 
-    def send_file(self, path, name=None):
+    def send_file(self, path: str | pathlib.Path, name: str | None = None) -> None:
         """Sends a file of this machine piece by piece, however large it is."""
         name = name or pathlib.Path(path).name
         with open(path, "rb") as file:
@@ -56,23 +62,22 @@ class Transmitter:
                 sent += count
                 self._progress(name, sent, size)
 
-    def begin(self, names, dont_care=False):
+    def begin(self, names: Iterable[str], dont_care: bool = False) -> None:
         """Opens a transfer: the list of what follows decides what the display does with it."""
         self.send_bytes(DONT_CARE_LIST_FILE if dont_care else LIST_FILE, list_text(names))
 
-    def end(self):
+    def end(self) -> None:
         """Closes a transfer; the display is told now, and again when it may use the files."""
         self.send_bytes(STOP_MARKER, b"")
 
-    def await_acknowledged(self):
+    def await_acknowledged(self) -> None:
         """Waits until the display's system has all that was sent, so that the time taken means something."""
         while struct.unpack("i", fcntl.ioctl(self.connection, termios.TIOCOUTQ, bytes(4)))[0]:
             time.sleep(0.001)
 
-    def send_transfer(self, paths, dont_care=False):
+    def send_transfer(self, paths: Sequence[str | pathlib.Path], dont_care: bool = False) -> None:
         """A whole transfer: list file, the files, stop marker."""
-        paths = [pathlib.Path(path) for path in paths]
-        self.begin([path.name for path in paths], dont_care)
+        self.begin([pathlib.Path(path).name for path in paths], dont_care)
         for path in paths:
             self.send_file(path)
         self.end()

@@ -14,24 +14,29 @@ import shutil
 import signal
 import socket
 import sys
+from collections.abc import Callable
 
 from quendal_tools.sandbox import board_root, kernel, messages, programs
 
 PC_NAMESPACES = kernel.CLONE_NEWNET | kernel.CLONE_NEWNS | kernel.CLONE_NEWPID
 BOARD_NAMESPACES = PC_NAMESPACES | kernel.CLONE_NEWIPC | kernel.CLONE_NEWUTS
 
+Plan = dict
+# What is told back, and the descriptors that go with it.
+Outcome = tuple[messages.Message, list[int]]
+
 
 class Agent:
     """Answers requests on a channel; the process that runs it is process 1 of its namespace."""
 
-    def __init__(self, channel):
+    def __init__(self, channel: socket.socket) -> None:
         self.channel = channel
         self.children = programs.Children()
         self.watch = select.poll()
         self.watch.register(channel, select.POLLIN)
         self.watch.register(self.children.wake_up, select.POLLIN)
 
-    def serve(self):
+    def serve(self) -> None:
         while True:
             for descriptor, _ in self.watch.poll():
                 if descriptor == self.children.wake_up:
@@ -39,7 +44,7 @@ class Agent:
                 elif not self.answer():
                     return
 
-    def answer(self):
+    def answer(self) -> bool:
         request, descriptors = messages.receive(self.channel)
         if request is None:
             return False
@@ -53,21 +58,21 @@ class Agent:
         messages.close_all(passed)
         return True
 
-    def do_socket(self, _, family, kind, protocol):
+    def do_socket(self, _: list[int], family: int, kind: int, protocol: int) -> Outcome:
         return {}, [socket.socket(family, kind, protocol).detach()]
 
-    def do_start(self, descriptors, argv, env, cwd):
+    def do_start(self, descriptors: list[int], argv: list[str], env: dict[str, str], cwd: str) -> Outcome:
         process = self.children.start(argv, env, cwd, descriptors)
         return {"process": process}, [os.pidfd_open(process)]
 
-    def do_status(self, _, process):
+    def do_status(self, _: list[int], process: int) -> Outcome:
         return {"status": self.children.status(process)}, []
 
 
 class PcAgent(Agent):
     """The PC's side of the network: a bridge that every board's cable is plugged into."""
 
-    def do_board(self, descriptors, plan):
+    def do_board(self, descriptors: list[int], plan: Plan) -> Outcome:
         channel = socket.socket(fileno=os.dup(descriptors[0]))
         go_read, go_write = os.pipe()
         ready_read, ready_write = os.pipe()
@@ -88,11 +93,11 @@ class PcAgent(Agent):
         return {}, []
 
 
-def reason(error):
+def reason(error: OSError) -> str:
     return error.strerror or str(error)
 
 
-def run_board_keeper(channel, plan, ready, go):
+def run_board_keeper(channel: socket.socket, plan: Plan, ready: int, go: int) -> None:
     """Makes the board's namespaces and its process 1, and waits for that; never returns."""
     with programs.exiting_process():
         kernel.set_parent_death_signal(signal.SIGKILL)
@@ -107,9 +112,9 @@ def run_board_keeper(channel, plan, ready, go):
             os.waitpid(process, 0)
 
 
-def run_board(channel, plan):
+def run_board(channel: socket.socket, plan: Plan) -> None:
     """Process 1 of a board; never returns."""
-    def set_up():
+    def set_up() -> None:
         board_root.enter(plan["root"], plan["tools"])
         kernel.set_host_name(plan["name"])
         programs.run_ip(plan["network"])
@@ -117,9 +122,9 @@ def run_board(channel, plan):
     serve_as_first_process(channel, set_up, Agent)
 
 
-def run_pc(channel, plan):
+def run_pc(channel: socket.socket, plan: Plan) -> None:
     """Process 1 of the PC's side; never returns."""
-    def set_up():
+    def set_up() -> None:
         kernel.mount(None, "/", None, kernel.MS_REC | kernel.MS_PRIVATE)
         board_root.mount_kernel_files("/")
         programs.run_ip(plan["network"])
@@ -127,7 +132,7 @@ def run_pc(channel, plan):
     serve_as_first_process(channel, set_up, PcAgent)
 
 
-def serve_as_first_process(channel, set_up, agent):
+def serve_as_first_process(channel: socket.socket, set_up: Callable[[], None], agent: type[Agent]) -> None:
     """Tells the test process that all is set up, or why not, and then does what it asks."""
     with programs.exiting_process():
         kernel.set_parent_death_signal(signal.SIGKILL)
@@ -142,7 +147,7 @@ def serve_as_first_process(channel, set_up, agent):
         agent(channel).serve()
 
 
-def enter_namespaces():
+def enter_namespaces() -> None:
     """A user namespace in which this user is root, with the PC's side in it."""
     user, group = os.geteuid(), os.getegid()
     kernel.unshare(kernel.CLONE_NEWUSER)
@@ -152,20 +157,26 @@ def enter_namespaces():
     kernel.unshare(PC_NAMESPACES)
 
 
-def main():
-    """The keeper: arguments are the channel's descriptor, the test process's id and the directory to remove."""
-    channel = socket.socket(fileno=int(sys.argv[1]))
-    parent = os.pidfd_open(int(sys.argv[2]))
-    directory = sys.argv[3]
-    plan, _ = messages.receive(channel)
+def start_pc(channel: socket.socket, plan: Plan) -> int | None:
+    """Forks process 1 of the PC's side, in namespaces of its own; None when the kernel refuses these, which is told."""
     try:
         enter_namespaces()
         process = os.fork()
     except OSError as error:
         messages.send(channel, {"error": reason(error)})
-        process = None
+        return None
     if process == 0:
         run_pc(channel, plan)
+    return process
+
+
+def main() -> None:
+    """The keeper: arguments are the channel's descriptor, the test process's id and the directory to remove."""
+    channel = socket.socket(fileno=int(sys.argv[1]))
+    parent = os.pidfd_open(int(sys.argv[2]))
+    directory = sys.argv[3]
+    plan, _ = messages.receive(channel)
+    process = start_pc(channel, plan) if plan else None
     channel.close()
     if process:
         watch = select.poll()

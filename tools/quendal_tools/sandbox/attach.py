@@ -6,8 +6,11 @@ import os
 import pathlib
 import subprocess
 import tempfile
+from collections.abc import Iterable, Sequence
 
+from quendal_tools.sandbox.board import Board
 from quendal_tools.sandbox.namespace import DEFAULT_ENVIRONMENT, SandboxError
+from quendal_tools.sandbox.pc import Pc
 
 SHELL = ["bash", "--norc", "--noprofile"]
 
@@ -16,13 +19,13 @@ _PC_NAMESPACES = ["--mount", "--net", "--pid"]
 _BOARD_NAMESPACES = [*_PC_NAMESPACES, "--ipc", "--uts"]
 
 
-def announce(pc, boards):
+def announce(pc: Pc, boards: Iterable[Board]) -> None:
     """Lets others find these boards for as long as they are up."""
     note = {"pc": pc.pid, "boards": [board.pid for board in boards]}
     (pc.directory / _NOTE).write_text(json.dumps(note))
 
 
-def running_place(pc, number=1):
+def running_place(pc: bool, number: int = 1) -> int | None:
     """Process 1 of a board of the newest network that this user has announced, or of its PC's side.
 
     The boards are numbered from 1. None when there is no such network.
@@ -41,7 +44,7 @@ def running_place(pc, number=1):
     return alive[-1]["pc"] if pc else boards[number - 1]
 
 
-def enter(process, words, pc):
+def enter(process: int, words: Sequence[str], pc: bool) -> int:
     """Runs a command beside that process 1, on this terminal; returns its exit status."""
     environment = {**DEFAULT_ENVIRONMENT, "TERM": os.environ.get("TERM", "dumb"), "PS1": "board:\\w# "}
     if pc:

@@ -31,7 +31,7 @@ _ETC = {
 }
 
 
-def make(root):
+def make(root: pathlib.Path) -> None:
     """Fills an empty directory with all that is the same on every board."""
     for name in _DIRECTORIES:
         (root / name.lstrip("/")).mkdir(parents=True, exist_ok=True)
@@ -46,7 +46,7 @@ def make(root):
         (commands / name).symlink_to("sudo")
 
 
-def _make_etc(directory):
+def _make_etc(directory: pathlib.Path) -> None:
     directory.mkdir()
     for name, text in _ETC.items():
         (directory / name).write_text(text)
@@ -56,7 +56,7 @@ def _make_etc(directory):
             shutil.copy2(source, directory / name)
 
 
-def dhcpcd_stand_in(address, gateway, status):
+def dhcpcd_stand_in(address: str, gateway: str, status: int) -> str:
     """A script in place of the DHCP client: sets the address, or fails with a status other than 0."""
     lines = ["#!/bin/sh"]
     if status == 0:

@@ -18,7 +18,7 @@ _DRIVE_LISTS = ((BLOCK_DEVICES, "/sys/class/block"), (PARTITIONS, "/proc/partiti
 _LOCKED = kernel.MS_NOSUID | kernel.MS_NODEV | kernel.MS_NOEXEC
 
 
-def enter(root, tools):
+def enter(root: str, tools: str) -> None:
     """Builds the root below the directory root and moves this process into it."""
     kernel.mount(None, "/", None, kernel.MS_REC | kernel.MS_PRIVATE)
     kernel.mount(root, root, None, kernel.MS_BIND)
@@ -37,7 +37,7 @@ def enter(root, tools):
     kernel.pivot_root(root)
 
 
-def mount_kernel_files(root):
+def mount_kernel_files(root: str) -> None:
     """/proc and /sys of this process's namespaces.
 
     To the kernel, root on the board is the user who made it. When that is the host's root, settings
@@ -55,19 +55,19 @@ def mount_kernel_files(root):
     kernel.make_writable(network)
 
 
-def _offer_programs(source, target):
+def _offer_programs(source: str, target: str) -> None:
     if os.path.islink(source):
         os.symlink(os.readlink(source), target)
     elif os.path.isdir(source):
         _bind_read_only(source, target)
 
 
-def _bind_read_only(source, target):
+def _bind_read_only(source: str, target: str) -> None:
     _bind(source, target)
     kernel.make_read_only(target)
 
 
-def _bind(source, target):
+def _bind(source: str, target: str) -> None:
     if os.path.isdir(source):
         os.makedirs(target, exist_ok=True)
     elif not os.path.exists(target):
@@ -76,7 +76,7 @@ def _bind(source, target):
     kernel.mount(source, target, None, kernel.MS_BIND | kernel.MS_REC)
 
 
-def _make_devices(directory):
+def _make_devices(directory: str) -> None:
     os.makedirs(directory, exist_ok=True)
     kernel.mount("dev", directory, "tmpfs", kernel.MS_NOSUID, "mode=755")
     for name in _DEVICES:

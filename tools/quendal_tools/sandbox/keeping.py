@@ -1,11 +1,18 @@
 """Keeping a board up to play with, while the screen shows what happens on it."""
 
 import time
+from collections.abc import Sequence
 
+from rich.console import Console
+
+from quendal_tools.board.display_watch import DisplayWatch
 from quendal_tools.board.layout import TARGET
+from quendal_tools.board.service import Service
 from quendal_tools.configuration.example import DATA_PORT
 from quendal_tools.configuration.places import TOOLS
 from quendal_tools.sandbox import attach
+from quendal_tools.sandbox.board import Board
+from quendal_tools.sandbox.fleet import Fleet
 
 _HELP = """
 [bold]The board is up[/bold] at {address} until Ctrl-C. From another terminal:
@@ -25,7 +32,8 @@ _FLEET_HELP = """
 """
 
 
-def keep_running(console, board, service, display, text_end=0, event_end=0):
+def keep_running(console: Console, board: Board, service: Service, display: DisplayWatch,
+                 text_end: int = 0, event_end: int = 0) -> None:
     """Says how to play with the board and shows wake-ups and the service's own words until Ctrl-C or its end.
 
     text_end and event_end say how much of either the screen has shown already.
@@ -50,7 +58,7 @@ def keep_running(console, board, service, display, text_end=0, event_end=0):
         console.print("\nThe board is gone, and nothing is left of it.")
 
 
-def keep_fleet_running(console, fleet, services):
+def keep_fleet_running(console: Console, fleet: Fleet, services: Sequence[Service]) -> None:
     """Says how to play with the boards, and tells of each service that ends, until Ctrl-C."""
     attach.announce(fleet.pc, fleet.boards)
     console.print(_FLEET_HELP.format(
@@ -67,5 +75,5 @@ def keep_fleet_running(console, fleet, services):
         console.print("\nThe boards are gone, and nothing is left of them.")
 
 
-def clock(moment):
+def clock(moment: float) -> str:
     return time.strftime("%H:%M:%S", time.localtime(moment)) + f".{int(moment * 1000) % 1000:03d}"

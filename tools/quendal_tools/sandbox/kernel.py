@@ -36,43 +36,43 @@ class _MountAttr(ctypes.Structure):
     _fields_ = [(name, ctypes.c_uint64) for name in ("set", "clear", "propagation", "userns_fd")]
 
 
-def _check(result, what):
+def _check(result: int, what: str) -> None:
     if result == -1:
         code = ctypes.get_errno()
         raise OSError(code, f"{what}: {os.strerror(code)}")
 
 
-def _bytes(text):
+def _bytes(text: str | None) -> bytes | None:
     return None if text is None else os.fsencode(text)
 
 
-def unshare(flags):
+def unshare(flags: int) -> None:
     _check(_libc.unshare(ctypes.c_int(flags)), "unshare")
 
 
-def mount(source, target, kind=None, flags=0, data=None):
+def mount(source: str | None, target: str, kind: str | None = None, flags: int = 0, data: str | None = None) -> None:
     result = _libc.mount(_bytes(source), _bytes(target), _bytes(kind), ctypes.c_ulong(flags), _bytes(data))
     _check(result, f"mount {target}")
 
 
-def make_read_only(target):
+def make_read_only(target: str) -> None:
     """Makes the mount at target and every mount below it read-only."""
     _set_mount_attributes(target, _MountAttr(set=MOUNT_ATTR_RDONLY))
 
 
-def make_writable(target):
+def make_writable(target: str) -> None:
     """Takes make_read_only back; only for mounts that were made in this mount namespace."""
     _set_mount_attributes(target, _MountAttr(clear=MOUNT_ATTR_RDONLY))
 
 
-def _set_mount_attributes(target, attributes):
+def _set_mount_attributes(target: str, attributes: _MountAttr) -> None:
     result = _libc.syscall(
         ctypes.c_long(_MOUNT_SETATTR), ctypes.c_int(AT_FDCWD), _bytes(target), ctypes.c_uint(AT_RECURSIVE),
         ctypes.byref(attributes), ctypes.c_size_t(ctypes.sizeof(attributes)))
     _check(result, f"mount_setattr {target}")
 
 
-def pivot_root(new_root):
+def pivot_root(new_root: str) -> None:
     """Makes new_root the root of this mount namespace and lets go of the old one."""
     os.chdir(new_root)
     number = _PIVOT_ROOT[platform.machine()]
@@ -81,10 +81,10 @@ def pivot_root(new_root):
     os.chdir("/")
 
 
-def set_parent_death_signal(number):
+def set_parent_death_signal(number: int) -> None:
     _check(_libc.prctl(ctypes.c_int(PR_SET_PDEATHSIG), ctypes.c_ulong(number), 0, 0, 0), "prctl")
 
 
-def set_host_name(name):
+def set_host_name(name: str) -> None:
     encoded = os.fsencode(name)
     _check(_libc.sethostname(encoded, ctypes.c_size_t(len(encoded))), "sethostname")

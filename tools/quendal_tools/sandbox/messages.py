@@ -4,23 +4,24 @@ import array
 import json
 import os
 import socket
+from collections.abc import Iterable, Sequence
+
+Message = dict
 
 _MAX_MESSAGE = 256 * 1024
 _MAX_DESCRIPTORS = 8
 
 
-def pair():
+def pair() -> tuple[socket.socket, socket.socket]:
     return socket.socketpair(socket.AF_UNIX, socket.SOCK_SEQPACKET)
 
 
-def send(channel, message, descriptors=()):
-    ancillary = []
-    if descriptors:
-        ancillary = [(socket.SOL_SOCKET, socket.SCM_RIGHTS, array.array("i", descriptors))]
-    channel.sendmsg([json.dumps(message).encode()], ancillary, socket.MSG_NOSIGNAL)
+def send(channel: socket.socket, message: Message, descriptors: Sequence[int] = ()) -> None:
+    rights = [(socket.SOL_SOCKET, socket.SCM_RIGHTS, array.array("i", descriptors))] if descriptors else []
+    channel.sendmsg([json.dumps(message).encode()], rights, socket.MSG_NOSIGNAL)
 
 
-def receive(channel):
+def receive(channel: socket.socket) -> tuple[Message | None, list[int]]:
     """The next message and its descriptors; (None, []) when the other side is gone."""
     numbers = array.array("i")
     space = socket.CMSG_LEN(_MAX_DESCRIPTORS * numbers.itemsize)
@@ -37,6 +38,6 @@ def receive(channel):
     return json.loads(data), list(numbers)
 
 
-def close_all(descriptors):
+def close_all(descriptors: Iterable[int]) -> None:
     for descriptor in descriptors:
         os.close(descriptor)

@@ -7,8 +7,15 @@ import socket
 import subprocess
 import tempfile
 import threading
+from collections.abc import Mapping, Sequence
+from typing import IO, Any
 
 from quendal_tools.sandbox import messages, programs
+
+Socket = socket.socket
+Words = Sequence[str | os.PathLike[str]]
+# As for subprocess.Popen.
+Stream = IO[bytes] | int | None
 
 DEFAULT_ENVIRONMENT = {
     "PATH": "/opt/board/bin:" + programs.SEARCH_PATH,
@@ -24,11 +31,11 @@ class SandboxError(Exception):
 class Namespace:
     """The test process's end of an agent."""
 
-    def __init__(self, channel):
+    def __init__(self, channel: Socket) -> None:
         self._channel = channel
         self._lock = threading.Lock()
 
-    def request(self, descriptors=(), **message):
+    def request(self, descriptors: Sequence[int] = (), **message: object) -> tuple[messages.Message, list[int]]:
         """Asks the agent; returns its reply and the descriptors that came with it."""
         with self._lock:
             try:
@@ -43,21 +50,22 @@ class Namespace:
             raise SandboxError(reply["error"])
         return reply, passed
 
-    def await_set_up(self, **plan):
+    def await_set_up(self, **plan: object) -> None:
         """Waits for the agent to report that its place stands; pid is then its process 1 as the host sees it."""
-        _, (pidfd,) = self.request(**plan)
+        _, (pidfd,) = self.request((), **plan)
         self.pid = _host_pid(pidfd)
         os.close(pidfd)
 
-    def close(self):
+    def close(self) -> None:
         self._channel.close()
 
-    def socket(self, kind=socket.SOCK_STREAM, family=socket.AF_INET, protocol=0):
+    def socket(self, kind: int = socket.SOCK_STREAM, family: int = socket.AF_INET, protocol: int = 0) -> Socket:
         """An ordinary socket that lives in this place's network."""
         _, (descriptor,) = self.request(do="socket", family=family, kind=int(kind), protocol=protocol)
         return socket.socket(family, kind, protocol, fileno=descriptor)
 
-    def popen(self, argv, *, stdin=subprocess.DEVNULL, stdout=None, stderr=None, env=None, cwd="/"):
+    def popen(self, argv: Words, *, stdin: Stream = subprocess.DEVNULL, stdout: Stream = None, stderr: Stream = None,
+              env: Mapping[str, str] | None = None, cwd: str = "/") -> "Process":
         """Starts a program; the streams are as for subprocess.Popen, env adds to a plain environment."""
         streams = _Streams(stdin, stdout, stderr)
         try:
@@ -68,7 +76,8 @@ class Namespace:
             streams.close_given()
         return Process(self, argv, reply["process"], pidfd, streams.kept)
 
-    def run(self, argv, *, timeout=60, check=False, **options):
+    def run(self, argv: Words, *, timeout: float = 60, check: bool = False,
+            **options: Any) -> subprocess.CompletedProcess[str]:
         """Runs a program to its end; returns a subprocess.CompletedProcess with its output as text."""
         with tempfile.TemporaryFile() as output, tempfile.TemporaryFile() as errors:
             process = self.popen(argv, stdout=output, stderr=errors, **options)
@@ -86,14 +95,16 @@ class Namespace:
 class _Streams:
     """The three standard descriptors for a program, and our own ends of its pipes."""
 
-    def __init__(self, *wanted):
-        self.given, self.kept, self._ours = [], [], []
+    def __init__(self, *wanted: Stream) -> None:
+        self.given: list[int] = []
+        self.kept: list[IO[bytes] | None] = []
+        self._ours: list[int] = []
         for number, stream in enumerate(wanted):
             given, kept = self._open(number, stream)
             self.given.append(given)
             self.kept.append(kept)
 
-    def _open(self, number, stream):
+    def _open(self, number: int, stream: Stream) -> tuple[int, IO[bytes] | None]:
         if stream is None:
             return number, None
         if stream == subprocess.STDOUT:
@@ -108,68 +119,72 @@ class _Streams:
             return given, open(kept, mode, buffering=0)
         return stream if isinstance(stream, int) else stream.fileno(), None
 
-    def close_given(self):
+    def close_given(self) -> None:
         messages.close_all(self._ours)
 
 
 class Process:
     """A program in the sandbox; pid is its number as the host sees it."""
 
-    def __init__(self, namespace, argv, inner_pid, pidfd, streams):
+    def __init__(self, namespace: Namespace, argv: Words, inner_pid: int, pidfd: int,
+                 streams: Sequence[IO[bytes] | None]) -> None:
         self.argv = argv
         self.inner_pid = inner_pid
-        self.returncode = None
+        self.returncode: int | None = None
         self.stdin, self.stdout, self.stderr = streams
         self._namespace = namespace
         self._pidfd = pidfd
         self.pid = _host_pid(pidfd)
 
-    def __del__(self):
+    def __del__(self) -> None:
         os.close(self._pidfd)
 
-    def alive(self):
+    def alive(self) -> bool:
         return self.poll() is None
 
-    def poll(self):
+    def poll(self) -> int | None:
         """The exit status, or None while the program runs; minus the signal's number when killed."""
         if self.returncode is None and select.select([self._pidfd], [], [], 0)[0]:
             self.returncode = self._namespace.request(do="status", process=self.inner_pid)[0]["status"]
         return self.returncode
 
-    def wait(self, timeout=60):
+    def wait(self, timeout: float = 60) -> int:
         """Waits for the end and returns the exit status; subprocess.TimeoutExpired when it does not come."""
-        if self.returncode is None and not select.select([self._pidfd], [], [], timeout)[0]:
-            raise subprocess.TimeoutExpired(self.argv, timeout)
-        return self.poll()
+        if self.returncode is None:
+            select.select([self._pidfd], [], [], timeout)
+        status = self.poll()
+        if status is None:
+            raise subprocess.TimeoutExpired([os.fspath(word) for word in self.argv], timeout)
+        return status
 
-    def send_signal(self, number):
+    def send_signal(self, number: int) -> None:
         if self.alive():
             signal.pidfd_send_signal(self._pidfd, number)
 
-    def terminate(self, number=signal.SIGTERM):
+    def terminate(self, number: int = signal.SIGTERM) -> None:
         self.send_signal(number)
 
-    def kill(self):
+    def kill(self) -> None:
         self.send_signal(signal.SIGKILL)
 
-    def cpu_seconds(self):
+    def cpu_seconds(self) -> float:
         """Processor time used so far, user and system, of all threads."""
         with open(f"/proc/{self.pid}/stat") as file:
             fields = file.read().rpartition(")")[2].split()
         return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
 
-    def rss_kib(self):
+    def rss_kib(self) -> int:
         with open(f"/proc/{self.pid}/statm") as file:
             return int(file.read().split()[1]) * os.sysconf("SC_PAGE_SIZE") // 1024
 
-    def fd_count(self):
+    def fd_count(self) -> int:
         return len(os.listdir(f"/proc/{self.pid}/fd"))
 
-    def thread_count(self):
+    def thread_count(self) -> int:
         return len(os.listdir(f"/proc/{self.pid}/task"))
 
 
-def _host_pid(pidfd):
+def _host_pid(pidfd: int) -> int:
     with open(f"/proc/self/fdinfo/{pidfd}") as file:
         for line in file:
             if line.startswith("Pid:"):

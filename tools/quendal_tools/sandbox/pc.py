@@ -4,11 +4,12 @@ import os
 import pathlib
 import subprocess
 import tempfile
+from collections.abc import Iterable
 
 from quendal_tools.configuration.example import GATEWAY
 from quendal_tools.configuration.places import TOOLS
 from quendal_tools.sandbox import messages
-from quendal_tools.sandbox.namespace import Namespace, SandboxError
+from quendal_tools.sandbox.namespace import Namespace, Process, SandboxError, Socket
 
 # The bridge has an address of its own: it would otherwise take a new one with every board.
 _NETWORK = (
@@ -28,10 +29,10 @@ class SandboxUnavailable(SandboxError):
 class Pc(Namespace):
     """A PC and a bridge into which boards are plugged; its programs see the host's files and this network only."""
 
-    def __init__(self, address=GATEWAY, base_dir=None):
+    def __init__(self, address: str = GATEWAY, base_dir: str | None = None) -> None:
         self.address = address
         self.directory = pathlib.Path(tempfile.mkdtemp(prefix="quendal-board-", dir=base_dir))
-        self._boards = []
+        self._boards: list[str] = []
         ours, theirs = messages.pair()
         super().__init__(ours)
         with theirs:
@@ -47,29 +48,29 @@ class Pc(Namespace):
                 "This kernel does not let this user make a sandboxed board, for which user, mount, network "
                 f"and process namespaces are needed: {error}.") from error
 
-    def __enter__(self):
+    def __enter__(self) -> "Pc":
         return self
 
-    def __exit__(self, *_):
+    def __exit__(self, *_: object) -> None:
         self.close()
 
-    def close(self):
+    def close(self) -> None:
         """Ends everything on this network, boards included, and removes their files."""
         super().close()
         self._keeper.wait()
 
-    def add_board(self, address):
+    def add_board(self, address: str) -> tuple[str, pathlib.Path]:
         """A name and a place on the host for one more board."""
         with self._lock:
             self._boards.append(address)
             cable = f"cable{len(self._boards)}"
         return cable, self.directory / cable
 
-    def move_board(self, address, new):
+    def move_board(self, address: str, new: str) -> None:
         """A board is to be found at another address from now on."""
         self._boards[self._boards.index(address)] = new
 
-    def connect(self, port, host=None, timeout=10):
+    def connect(self, port: int, host: str | None = None, timeout: float = 10) -> Socket:
         """A TCP connection from the PC, to its first board unless another host is named."""
         connection = self.socket()
         try:
@@ -80,7 +81,7 @@ class Pc(Namespace):
             raise
         return connection
 
-    def start_dhcp_server(self, leases=(), lease_time="2m"):
+    def start_dhcp_server(self, leases: Iterable[tuple[str, str]] = (), lease_time: str = "2m") -> Process:
         """A DHCP server for the subnet, without DNS; leases are (hardware address, IPv4 address) pairs."""
         network = self.address.rpartition(".")[0]
         with (self.directory / "dnsmasq.log").open("ab") as log:

@@ -4,12 +4,13 @@ import contextlib
 import os
 import signal
 import traceback
+from collections.abc import Iterable, Iterator
 
 SEARCH_PATH = "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin"
 
 
 @contextlib.contextmanager
-def exiting_process():
+def exiting_process() -> Iterator[None]:
     """A forked child's whole life: it must never run on into its parent's code."""
     status = 1
     try:
@@ -24,14 +25,14 @@ def exiting_process():
 class Children:
     """The programs that an agent has started, and how they ended."""
 
-    def __init__(self):
-        self._running = set()
-        self._ended = {}
+    def __init__(self) -> None:
+        self._running: set[int] = set()
+        self._ended: dict[int, int] = {}
         self.wake_up, write_end = os.pipe2(os.O_NONBLOCK | os.O_CLOEXEC)
         signal.signal(signal.SIGCHLD, lambda number, frame: None)
         signal.set_wakeup_fd(write_end, warn_on_full_buffer=False)
 
-    def start(self, argv, env, cwd, descriptors):
+    def start(self, argv: list[str], env: dict[str, str], cwd: str, descriptors: list[int]) -> int:
         """Starts a program with the given standard descriptors; OSError when it cannot be run."""
         read_end, write_end = os.pipe2(os.O_CLOEXEC)
         process = os.fork()
@@ -47,7 +48,7 @@ class Children:
         self._running.add(process)
         return process
 
-    def reap(self):
+    def reap(self) -> None:
         with contextlib.suppress(BlockingIOError):
             os.read(self.wake_up, 4096)
         with contextlib.suppress(ChildProcessError):
@@ -57,19 +58,19 @@ class Children:
                     return
                 self._note(process, status)
 
-    def status(self, process):
+    def status(self, process: int) -> int:
         """The exit status of a started program that has ended; minus the signal's number when killed."""
         if process in self._running:
             self._note(*os.waitpid(process, 0))
         return self._ended[process]
 
-    def _note(self, process, status):
+    def _note(self, process: int, status: int) -> None:
         if process in self._running:
             self._running.remove(process)
             self._ended[process] = os.waitstatus_to_exitcode(status)
 
 
-def _become(argv, env, cwd, descriptors, errors):
+def _become(argv: list[str], env: dict[str, str], cwd: str, descriptors: list[int], errors: int) -> None:
     try:
         os.setsid()
         signal.set_wakeup_fd(-1)
@@ -83,7 +84,7 @@ def _become(argv, env, cwd, descriptors, errors):
         os.write(errors, f"{argv[0]}: {error.strerror}".encode())
 
 
-def run_ip(commands):
+def run_ip(commands: Iterable[str]) -> None:
     """Runs iproute2 commands as one batch, before or beside an agent's own children."""
     orders, answers = os.memfd_create("orders"), os.memfd_create("answers")
     os.write(orders, "\n".join(commands).encode() + b"\n")

@@ -1,9 +1,11 @@
 """What a display will do with a stick, worked out from what is on it."""
 
 import dataclasses
+from collections.abc import Sequence
 
 from quendal_tools.configuration import ini_text
 from quendal_tools.configuration.example import LIST_NAME
+from quendal_tools.configuration.identity import Numbers
 from quendal_tools.protocol.control_files import DONT_CARE_LIST_FILE, LIST_FILE
 from quendal_tools.stick import media, rules
 
@@ -20,21 +22,22 @@ _NAMED_FILES = 10
 class Forecast:
     """steps and warnings are sentences; chosen is a Candidate, copied the files that reach the display."""
 
-    candidates: list = dataclasses.field(default_factory=list)
+    candidates: list[rules.Candidate] = dataclasses.field(default_factory=list)
     chosen: rules.Candidate | None = None
-    copied: list = dataclasses.field(default_factory=list)
-    posted: list = dataclasses.field(default_factory=list)
-    steps: list = dataclasses.field(default_factory=list)
-    warnings: list = dataclasses.field(default_factory=list)
+    copied: list[str] = dataclasses.field(default_factory=list)
+    posted: list[str] = dataclasses.field(default_factory=list)
+    steps: list[str] = dataclasses.field(default_factory=list)
+    warnings: list[str] = dataclasses.field(default_factory=list)
     restarts: bool = False
 
 
-def foresee(stick, own, list_name=LIST_NAME, raw_data=False):
+def foresee(stick: media.Stick, own: Numbers, list_name: str = LIST_NAME, raw_data: bool = False) -> Forecast:
     """The Forecast for the display with these numbers; raw_data says that it is set to export raw data."""
     forecast = Forecast()
-    visible = {name for name in ("KVLOG", "KVBAK", "KVCFG", "KVSOURCE") if media.find(stick, name)[1]}
+    found = {name: media.find(stick, name) for name in ("KVLOG", "KVBAK", "KVCFG", "KVSOURCE")}
+    visible = {name: path for name, (path, is_folder) in found.items() if path and is_folder}
     if "KVLOG" in visible and not raw_data:
-        _export_logs(forecast, visible)
+        _export_logs(forecast, set(visible))
         return forecast
     if "KVLOG" in visible:
         forecast.steps.append("copies its raw data files to KVLOG")
@@ -43,8 +46,8 @@ def foresee(stick, own, list_name=LIST_NAME, raw_data=False):
     if "KVSOURCE" in visible:
         forecast.warnings.append("KVSOURCE is not looked at: packages are read back after a log export only")
     if "KVCFG" in visible:
-        _import(forecast, stick, own, list_name)
-    elif visible & {"KVLOG", "KVBAK"}:
+        _import(forecast, stick, visible["KVCFG"], own, list_name)
+    elif visible.keys() & {"KVLOG", "KVBAK"}:
         forecast.steps.append("restarts, since there is no KVCFG")
         forecast.restarts = True
     else:
@@ -52,7 +55,7 @@ def foresee(stick, own, list_name=LIST_NAME, raw_data=False):
     return forecast
 
 
-def _export_logs(forecast, visible):
+def _export_logs(forecast: Forecast, visible: set[str]) -> None:
     """The log export releases the stick; from then on the display sees the empty mount point on its own disk."""
     forecast.steps.append("packs its logs, moves them to KVLOG and releases the stick")
     forecast.steps.append("copies the packages that it received to KVSOURCE at the mount point, on its own disk")
@@ -62,8 +65,7 @@ def _export_logs(forecast, visible):
         forecast.warnings.append(f"{name} is not served: the log export releases the stick before")
 
 
-def _import(forecast, stick, own, list_name):
-    root, _ = media.find(stick, "KVCFG")
+def _import(forecast: Forecast, stick: media.Stick, root: str, own: Numbers, list_name: str) -> None:
     forecast.candidates = [rules.consider(name, own) for name, _ in stick.entries(root)]
     best = forecast.chosen = rules.choose(forecast.candidates)
     if not best:
@@ -77,7 +79,7 @@ def _import(forecast, stick, own, list_name):
     _distribute(forecast, stick, f"{root}/{best.name}", list_name)
 
 
-def _distribute(forecast, stick, folder, list_name):
+def _distribute(forecast: Forecast, stick: media.Stick, folder: str, list_name: str) -> None:
     path, is_folder = media.find(stick, f"{folder}/{list_name}")
     if path is None or is_folder:
         forecast.steps.append(f"copies nothing: {folder} has no {list_name}")
@@ -97,13 +99,13 @@ def _distribute(forecast, stick, folder, list_name):
     _copy(forecast, stick, folder, files)
 
 
-def _refuse_folders(stick, folder, files):
+def _refuse_folders(stick: media.Stick, folder: str, files: rules.FileList) -> None:
     for name in files.names:
         if media.find(stick, f"{folder}/{name}")[1]:
             raise rules.FormatError(f'"{name}" is a folder')
 
 
-def _copy(forecast, stick, folder, files):
+def _copy(forecast: Forecast, stick: media.Stick, folder: str, files: rules.FileList) -> None:
     forecast.steps.append(_ANNOUNCEMENTS[files.announcement])
     if files.announcement:
         forecast.posted.append("START2RX" if files.announcement == LIST_FILE else "START2RXDUNCARE")
@@ -120,7 +122,7 @@ def _copy(forecast, stick, folder, files):
     forecast.posted.append("RXCOMPLETE")
 
 
-def _some(names):
+def _some(names: Sequence[str]) -> str:
     listed = ", ".join(names[:_NAMED_FILES])
     more = len(names) - _NAMED_FILES
     return f"{listed} and {more} more" if more > 0 else listed

@@ -8,6 +8,7 @@ import os
 import pathlib
 import struct
 import subprocess
+from collections.abc import Iterable
 
 # mkfs.vfat stands where only root looks for programs.
 _SEARCH_PATH = "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin"
@@ -19,6 +20,8 @@ _BOOT_MARK = b"\x55\xaa"
 _FAT_TYPES = {0x01, 0x04, 0x06, 0x0B, 0x0C, 0x0E}
 _FAT32_BY_SECTOR = 0x0C
 
+Path = str | pathlib.Path
+
 
 class StickError(Exception):
     """What is wrong with a stick, as a sentence."""
@@ -27,24 +30,24 @@ class StickError(Exception):
 class FolderStick:
     """A folder of this machine; it may well be where a real stick is mounted."""
 
-    def __init__(self, path):
+    def __init__(self, path: Path) -> None:
         self._path = pathlib.Path(path)
 
-    def entries(self, path):
+    def entries(self, path: str) -> list[tuple[str, bool]]:
         """Names in a folder, in the directory's own order, each with whether it is a folder itself."""
         with os.scandir(self._path / path) as entries:
             return [(entry.name, entry.is_dir()) for entry in entries]
 
-    def read(self, path):
+    def read(self, path: str) -> bytes:
         return (self._path / path).read_bytes()
 
-    def make_folder(self, path):
+    def make_folder(self, path: str) -> None:
         (self._path / path).mkdir(parents=True, exist_ok=True)
 
-    def write(self, path, content):
+    def write(self, path: str, content: bytes) -> None:
         (self._path / path).write_bytes(content)
 
-    def add(self, folder, files):
+    def add(self, folder: str, files: Iterable[pathlib.Path]) -> None:
         """Copies files of this machine, given by absolute paths, into a folder of the stick."""
         _run("cp", *files, self._path / folder)
 
@@ -52,37 +55,40 @@ class FolderStick:
 class ImageStick:
     """The file system in an image file, reached by mtools, so that nothing has to be mounted."""
 
-    def __init__(self, path):
+    def __init__(self, path: Path) -> None:
         self._image = f"{path}@@{_file_system_offset(path)}"
-        self._listings = {}
+        self._listings: dict[str, list[tuple[str, bool]]] = {}
 
-    def entries(self, path):
+    def entries(self, path: str) -> list[tuple[str, bool]]:
         if path not in self._listings:
             lines = self._tool("mdir", "-b", "-a", f"::/{path}").decode(errors="replace").splitlines()
             self._listings[path] = [(line.rstrip("/").rpartition("/")[2], line.endswith("/")) for line in lines]
         return self._listings[path]
 
-    def read(self, path):
+    def read(self, path: str) -> bytes:
         return self._tool("mtype", f"::/{path}")
 
-    def make_folder(self, path):
+    def make_folder(self, path: str) -> None:
         self._change("mmd", f"::/{path}")
 
-    def write(self, path, content):
+    def write(self, path: str, content: bytes) -> None:
         self._change("mcopy", "-", f"::/{path}", content=content)
 
-    def add(self, folder, files):
+    def add(self, folder: str, files: Iterable[pathlib.Path]) -> None:
         self._change("mcopy", *files, f"::/{folder}/")
 
-    def _change(self, name, *words, content=b""):
+    def _change(self, name: str, *words: Path, content: bytes = b"") -> None:
         self._listings.clear()
         self._tool(name, *words, content=content)
 
-    def _tool(self, name, *words, content=b""):
+    def _tool(self, name: str, *words: Path, content: bytes = b"") -> bytes:
         return _run(name, "-i", self._image, *words, content=content)
 
 
-def existing(path):
+Stick = FolderStick | ImageStick
+
+
+def existing(path: Path) -> Stick:
     """The stick in a folder or an image file."""
     if os.path.isdir(path):
         return FolderStick(path)
@@ -91,7 +97,7 @@ def existing(path):
     raise StickError(f"{path} is neither a folder nor an image file")
 
 
-def new_folder(path):
+def new_folder(path: Path) -> FolderStick:
     """An empty folder to prepare; one that holds something already is left alone."""
     path = pathlib.Path(path)
     if path.exists() and (not path.is_dir() or any(path.iterdir())):
@@ -100,7 +106,7 @@ def new_folder(path):
     return FolderStick(path)
 
 
-def new_image(path, mebibytes, partitioned=True):
+def new_image(path: Path, mebibytes: int, partitioned: bool = True) -> ImageStick:
     """An image with one partition, as sticks are sold; or with the file system alone, as some are formatted."""
     start = _FIRST_PARTITION if partitioned else 0
     try:
@@ -114,7 +120,7 @@ def new_image(path, mebibytes, partitioned=True):
     return ImageStick(path)
 
 
-def find(stick, path):
+def find(stick: Stick, path: str) -> tuple[str | None, bool]:
     """The path with its names as they are on the stick, and whether it is a folder; (None, False) without it."""
     found, is_folder = "", True
     for name in filter(lambda part: part not in ("", "."), path.split("/")):
@@ -126,14 +132,14 @@ def find(stick, path):
     return found, is_folder
 
 
-def _master_boot_record(sectors):
+def _master_boot_record(sectors: int) -> bytes:
     no_geometry = b"\xfe\xff\xff"
     entry = _PARTITION_ENTRY.pack(
         0, no_geometry, _FAT32_BY_SECTOR, no_geometry, _FIRST_PARTITION // _SECTOR, sectors)
     return (bytes(_PARTITION_TABLE) + entry).ljust(_SECTOR - len(_BOOT_MARK), b"\0") + _BOOT_MARK
 
 
-def _file_system_offset(path):
+def _file_system_offset(path: Path) -> int:
     """Where the file system begins: behind the start of the image when that holds a partition table."""
     with open(path, "rb") as file:
         start = file.read(_SECTOR)
@@ -144,7 +150,7 @@ def _file_system_offset(path):
     return first * _SECTOR if kind in _FAT_TYPES and sectors and not holds_file_system else 0
 
 
-def _run(*words, content=b""):
+def _run(*words: Path, content: bytes = b"") -> bytes:
     environment = {**os.environ, "MTOOLSRC": os.devnull, "MTOOLS_SKIP_CHECK": "1", "LC_ALL": "C.UTF-8",
                    "PATH": _SEARCH_PATH}
     try:

@@ -3,10 +3,11 @@
 import dataclasses
 import pathlib
 import re
+from collections.abc import Iterable, Mapping, Sequence
 
 from quendal_tools.configuration.example import LIST_NAME
 from quendal_tools.protocol.control_files import DONT_CARE_LIST_FILE, LIST_FILE, STOP_MARKER, list_text
-from quendal_tools.stick import rules
+from quendal_tools.stick import media, rules
 from quendal_tools.stick.media import StickError
 
 # What a FAT drive has no room for in a name, and what a list of files could not hold.
@@ -22,7 +23,7 @@ class Configuration:
     control_file: str | None = LIST_FILE
 
 
-def check(configurations, list_name=LIST_NAME):
+def check(configurations: Iterable[Configuration], list_name: str = LIST_NAME) -> None:
     """StickError when a file cannot be listed, or would not arrive as what it is."""
     numbers = [configuration.numbers for configuration in configurations]
     if len(set(numbers)) != len(numbers):
@@ -36,7 +37,8 @@ def check(configurations, list_name=LIST_NAME):
             taken[file.name.lower()] = "another file"
 
 
-def write(stick, configurations, exports=(), list_name=LIST_NAME):
+def write(stick: media.Stick, configurations: Sequence[Configuration], exports: Iterable[str] = (),
+          list_name: str = LIST_NAME) -> None:
     """Fills an empty stick; exports are folders such as "KVLOG". The configurations have passed the check."""
     for name in (*exports, *(("KVCFG",) if configurations else ())):
         stick.make_folder(name)
@@ -44,7 +46,7 @@ def write(stick, configurations, exports=(), list_name=LIST_NAME):
         _write_configuration(stick, configuration, list_name)
 
 
-def list_value(configuration):
+def list_value(configuration: Configuration) -> str:
     """The list's value: the control file first, then the files in their order."""
     names = [file.name for file in configuration.files]
     if configuration.control_file:
@@ -52,7 +54,7 @@ def list_value(configuration):
     return ";".join(f"{number}#0#{name}" for number, name in enumerate(names, 1))
 
 
-def _problem(file, taken):
+def _problem(file: pathlib.Path, taken: Mapping[str, str]) -> str | None:
     name = file.name
     if not file.is_file():
         return "there is no such file"
@@ -65,7 +67,7 @@ def _problem(file, taken):
     return None
 
 
-def _write_configuration(stick, configuration, list_name):
+def _write_configuration(stick: media.Stick, configuration: Configuration, list_name: str) -> None:
     folder = f"KVCFG/{configuration.numbers}"
     stick.make_folder(folder)
     value = list_value(configuration)

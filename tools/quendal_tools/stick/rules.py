@@ -6,6 +6,7 @@ is entries separated by ";", each "<any text>#0#<file name>".
 
 import dataclasses
 import re
+from collections.abc import Iterable
 
 from quendal_tools.configuration.identity import Numbers
 from quendal_tools.protocol.control_files import DONT_CARE_LIST_FILE, LIST_FILE
@@ -38,19 +39,19 @@ class FormatError(Exception):
     """Why a list is ignored as a whole."""
 
 
-def parse_number(text):
+def parse_number(text: str) -> int:
     """The number at the beginning of a text as strtol reads it, 0 without one, cut to its low 16 bits."""
     match = _NUMBER.match(text)
     number = int(match[1]) if match else 0
     return max(-_LARGEST - 1, min(number, _LARGEST)) & 0xFFFF
 
 
-def parse_folder_name(name):
+def parse_folder_name(name: str) -> Numbers | None:
     parts = name.split(".")
     return Numbers(*map(parse_number, parts)) if len(parts) == 3 else None
 
 
-def weight(folder, own):
+def weight(folder: Numbers, own: Numbers) -> int | None:
     """How well a folder fits the display with these numbers; None when it does not."""
     if any(number not in (0, mine) for number, mine in zip(folder, own)):
         return None
@@ -58,22 +59,22 @@ def weight(folder, own):
             + _UNIT_WEIGHT * (folder.unit == own.unit))
 
 
-def consider(name, own):
+def consider(name: str, own: Numbers) -> Candidate:
     numbers = parse_folder_name(name)
     return Candidate(name, numbers, weight(numbers, own) if numbers else None)
 
 
-def choose(candidates):
+def choose(candidates: Iterable[Candidate]) -> Candidate | None:
     """The heaviest candidate, of equal ones the first; None when none fits."""
-    fitting = [candidate for candidate in candidates if candidate.weight is not None]
-    return max(fitting, key=lambda candidate: candidate.weight, default=None)
+    fitting = [(candidate.weight, candidate) for candidate in candidates if candidate.weight is not None]
+    return max(fitting, key=lambda pair: pair[0])[1] if fitting else None
 
 
-def trim_file_list(value):
+def trim_file_list(value: str) -> str:
     return value.strip(";")
 
 
-def parse_file_list(value):
+def parse_file_list(value: str) -> FileList:
     """The files of a trimmed list; FormatError when an entry is not as it has to be."""
     names, announcement = [], None
     for entry in value.split(";"):
@@ -90,7 +91,7 @@ def parse_file_list(value):
     return FileList(tuple(names), announcement)
 
 
-def name_problem(name):
+def name_problem(name: str) -> str | None:
     """Why a name may not be listed whatever is on the stick; None when it may."""
     if not name:
         return "names no file"
@@ -104,5 +105,5 @@ def name_problem(name):
     return None
 
 
-def _announcement_of(name):
+def _announcement_of(name: str) -> str | None:
     return next((marker for marker in (LIST_FILE, DONT_CARE_LIST_FILE) if marker in name), None)
