@@ -10,6 +10,7 @@ from quendal_tools.board import console
 from quendal_tools.board.layout import TARGET
 from quendal_tools.configuration.example import DATA_PORT
 from quendal_tools.protocol import packet
+from quendal_tools.protocol.control_files import STOP_MARKER
 from support import packets
 from support.rig import await_acknowledged, peer_of
 
@@ -148,7 +149,8 @@ def test_two_connections_take_turns_packet_by_packet(shared_rig):
     mark = shared_rig.service.mark()
     with shared_rig.session() as one, shared_rig.connect() as two:
         # While the service waits at the stop marker, both connections' packets gather.
-        one.sendall(packet.file_packet("kvXferStop.sys", b"") + b"".join(files["one"]))
+        one.sendall(packet.file_packet(STOP_MARKER, b"") + b"".join(files["one"]))
+        shared_rig.service.wait_for(console.file_named(STOP_MARKER), after=mark)
         two.sendall(b"".join(files["two"]))
         for name in files:
             shared_rig.await_stored(f"{name}4.bin", name.encode())

@@ -6,10 +6,15 @@
 import contextlib
 import socket
 
+import hypothesis
 import pytest
 
 from played_display import LOOPBACK, PlayedDisplay
 from quendal_tools.stick import media
+
+# A busy machine is no reason to fail.
+hypothesis.settings.register_profile("patient", deadline=None)
+hypothesis.settings.load_profile("patient")
 
 
 @pytest.fixture(name="files")

@@ -7,6 +7,7 @@ from quendal_tools.protocol import packet
 
 GROUP = "239.255.77.99"
 LOOPBACK = "127.0.0.1"
+PATIENCE = 20  # on a busy machine
 
 
 class PlayedDisplay:
@@ -20,7 +21,7 @@ class PlayedDisplay:
         self.socket.setsockopt(
             socket.IPPROTO_IP, socket.IP_ADD_MEMBERSHIP, socket.inet_aton(GROUP) + socket.inet_aton(LOOPBACK))
         self.socket.bind(self.group)
-        self.socket.settimeout(5)
+        self.socket.settimeout(PATIENCE)
 
     def hear(self):
         return packet.LcdPacket.parse(self.socket.recv(1000))
@@ -30,7 +31,7 @@ class PlayedDisplay:
 
     def connect(self, request):
         lines = dict(line.split("=") for line in request.file.data.decode("ascii").splitlines()[1:])
-        return socket.create_connection((lines["TCPserverIP"], int(lines["TCPserverPort"])), timeout=5)
+        return socket.create_connection((lines["TCPserverIP"], int(lines["TCPserverPort"])), timeout=PATIENCE)
 
     def send(self, request, data):
         with self.connect(request) as connection:
