@@ -70,13 +70,13 @@ def test_cut_at_a_write_that_does_not_come_is_due_at_its_limit():
 
 
 def test_cuts_of_all_kinds_lie_within_the_course_and_are_the_same_for_the_same_seed():
-    cuts = [plan.make_cut(number, COURSE, plan.chance_of(1, number)) for number in range(400)]
+    cuts = [plan.make_cut(number, plan.STAGED, COURSE, plan.chance_of(1, number)) for number in range(400)]
 
     def amounts(kind):
         return [cut.amount for cut in cuts if cut.kind == kind]
 
-    assert cuts == [plan.make_cut(number, COURSE, plan.chance_of(1, number)) for number in range(400)]
-    assert all(len(amounts(kind)) == 100 for kind in plan.KINDS)
+    assert cuts == [plan.make_cut(number, plan.STAGED, COURSE, plan.chance_of(1, number)) for number in range(400)]
+    assert all(len(amounts(kind)) == 100 for kind in plan.KINDS[plan.STAGED])
     assert 0 <= min(amounts(plan.MOMENT)) < 1 and 12 < max(amounts(plan.MOMENT)) <= 13
     assert 0 <= min(amounts(plan.AFTERWARDS)) < 0.5 and 4.5 < max(amounts(plan.AFTERWARDS)) <= 5
     assert (min(amounts(plan.WRITE)), max(amounts(plan.WRITE))) == (1, 9)
@@ -84,7 +84,14 @@ def test_cuts_of_all_kinds_lie_within_the_course_and_are_the_same_for_the_same_s
     assert {cut.limit for cut in cuts if cut.counts_writes} == {13.0}
 
 
+def test_cuts_of_a_direct_transfer_come_at_moments_and_after_rxcomplete_in_turn():
+    cuts = [plan.make_cut(number, plan.DIRECT, COURSE, plan.chance_of(1, number)) for number in range(4)]
+
+    assert [cut.kind for cut in cuts] == [plan.MOMENT, plan.AFTERWARDS] * 2
+
+
 def test_transfer_without_writes_still_has_a_write_to_cut_at():
     course = Course(seconds=6.0, seconds_afterwards=5.0, writes=0, late_writes=0)
 
-    assert [plan.make_cut(number, course, plan.chance_of(1, number)).amount for number in (1, 2)] == [1, 1]
+    cuts = [plan.make_cut(number, plan.STAGED, course, plan.chance_of(1, number)) for number in (1, 2)]
+    assert [cut.amount for cut in cuts] == [1, 1]

@@ -13,7 +13,8 @@ MOMENT = "at a moment"
 WRITE = "at a write"
 LATE_WRITE = "at a write behind the end"
 AFTERWARDS = "after RXCOMPLETE"
-KINDS = (MOMENT, WRITE, LATE_WRITE, AFTERWARDS)
+# Those that a mode says something about; they take turns.
+KINDS = {DIRECT: (MOMENT, AFTERWARDS), STAGED: (MOMENT, WRITE, LATE_WRITE, AFTERWARDS)}
 
 
 @dataclasses.dataclass(frozen=True)
@@ -66,9 +67,9 @@ def chance_of(seed, number):
     return random.Random(f"{seed} cut {number}")
 
 
-def make_cut(number, course, chance):
-    """The kinds take turns: moments are fair to the clock, and writes to what the disk goes through in a short time."""
-    kind = KINDS[number % len(KINDS)]
+def make_cut(number, mode, course, chance):
+    """Moments are fair to the clock, and writes to what the disk goes through in a short time."""
+    kind = KINDS[mode][number % len(KINDS[mode])]
     if kind == MOMENT:
         return Cut(number, kind, chance.uniform(0, course.end))
     if kind == AFTERWARDS:
