@@ -1,0 +1,60 @@
+"""Single faults of the system: the short form of tests/faults/sweep, with a few faults of each call."""
+
+import pathlib
+import re
+import subprocess
+
+import pytest
+from fault_sweep import cases
+from fault_sweep.sweep import Sweep
+from quendal_tools.sandbox import SandboxUnavailable
+
+MEMORY_FAULTS = 24
+CANNOT_FAIL = {"clock_gettime", "exit", "sched_yield"}
+
+
+@pytest.fixture(name="library")
+def _library(quendal):
+    library = quendal.with_name("libquendal_faults.so")
+    if not library.exists():
+        pytest.skip("the sanitizers' builds have no library that makes calls fail")
+    return library
+
+
+def bad_ones(quendal, library, memory, choose):
+    """The chosen faults that the service does not survive, a line for each."""
+    with Sweep(quendal, library, memory) as sweep:
+        try:
+            chosen = choose(sweep.count())
+        except SandboxUnavailable as error:
+            pytest.skip(str(error))
+        assert chosen
+        results = list(sweep.results(chosen))
+    return "\n".join(sorted(result.line() for result in results if result.wrong or not result.reached))
+
+
+@pytest.mark.long(180)
+def test_service_survives_a_single_fault_of_any_call(quendal, library):
+    bad = bad_ones(quendal, library, False, cases.short_form)
+    assert not bad, bad
+
+
+@pytest.mark.long(180)
+def test_want_of_memory_ends_the_service_in_order_or_not_at_all(quendal, library):
+    bad = bad_ones(quendal, library, True, lambda found: cases.sample(found, MEMORY_FAULTS))
+    assert not bad, bad
+
+
+def names_of(binary, *options):
+    """The symbols that a binary needs from others or has for them."""
+    listed = subprocess.run(["nm", "--dynamic", *options, binary], check=True, capture_output=True, text=True).stdout
+    return {line.split()[-1].partition("@")[0] for line in listed.splitlines()}
+
+
+def test_every_system_call_that_the_service_makes_itself_can_be_made_to_fail(quendal, library):
+    """Its libraries make many that it never comes to; what those are is not decided here."""
+    header = next(pathlib.Path("/usr/include").glob("*/bits/syscall.h"))
+    known = set(re.findall(r"define SYS_(\w+)", header.read_text()))
+    made = {name for name in names_of(quendal, "--undefined-only") if name.removesuffix("64") in known}
+
+    assert made - names_of(library, "--defined-only") - CANNOT_FAIL == set()
