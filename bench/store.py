@@ -26,10 +26,11 @@ import time
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(ROOT / "tools"))
 
-from quendal_tools import kernel, packet  # noqa: E402
-from quendal_tools.board_files import TARGET  # noqa: E402
-from quendal_tools.sandbox import Board  # noqa: E402
-from quendal_tools.transmitter import Transmitter  # noqa: E402
+from quendal_tools.protocol import packet  # noqa: E402
+from quendal_tools.sandbox import kernel  # noqa: E402
+from quendal_tools.board.layout import TARGET  # noqa: E402
+from quendal_tools.sandbox.board import Board  # noqa: E402
+from quendal_tools.protocol.sending import Transmitter  # noqa: E402
 
 DATA_PORT = 50200
 IMAGE_MEBIBYTES = 4096
@@ -153,7 +154,8 @@ def compare(case, contestants, rounds):
         acknowledged = statistics.median(run.acknowledged for run in own)
         completed = statistics.median(run.completed for run in own)
         rates = f"{case.count * case.size / acknowledged / 1e6:.0f} MB/s, {case.count / acknowledged:.0f} files/s"
-        print(f"  {name}: acknowledged after {acknowledged:.3f} s ({rates}), RXCOMPLETE after {completed:.3f} s", flush=True)
+        print(f"  {name}: acknowledged after {acknowledged:.3f} s ({rates}), RXCOMPLETE after {completed:.3f} s",
+              flush=True)
         if own is not first:
             print(f"    time beside {contestants[0].name}, median of the pairs: {ratio(own, first, 'acknowledged')}, "
                   f"to RXCOMPLETE {ratio(own, first, 'completed')}", flush=True)

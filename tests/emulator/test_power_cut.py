@@ -5,7 +5,7 @@ tools/emulator/power-cuts makes as many cuts as one likes; these are a handful.
 
 import pytest
 
-from quendal_tools.emulator import EmulatorUnavailable
+from quendal_tools.emulator.board import EmulatorUnavailable
 from quendal_tools.power_cuts import plan, report
 from quendal_tools.power_cuts.payload import Payload
 from quendal_tools.power_cuts.plan import Cut

@@ -7,7 +7,7 @@ import subprocess
 import pytest
 from fault_sweep import cases
 from fault_sweep.sweep import Sweep
-from quendal_tools.sandbox import SandboxUnavailable
+from quendal_tools.sandbox.pc import SandboxUnavailable
 
 MEMORY_FAULTS = 24
 CANNOT_FAIL = {"clock_gettime", "exit", "sched_yield"}

@@ -148,7 +148,8 @@ def test_loss_in_the_middle_of_a_transfer_releases_the_display_and_a_later_trans
         rig.service.wait_for(PAUSED, timeout=LOSS_SECONDS, after=mark)
         regain_link(rig)
 
-    assert console.exception("DataRxFileElement<pos:3>::", "Illegal state: the service is pausing") in rig.text_since(mark)
+    pausing = console.exception("DataRxFileElement<pos:3>::", "Illegal state: the service is pausing")
+    assert pausing in rig.text_since(mark)
     assert console.failed(1537) in rig.text_since(mark)
     assert set(rig.stored("half.bin")) <= {0} and len(rig.stored("half.bin")) <= 50_000
     rig.assert_good_transfer()

@@ -6,7 +6,8 @@ from fault_sweep import symbols
 FUNCTIONS = [
     ("quendal::(anonymous namespace)::send(std::span<std::byte const, 2ul>) [clone .cold]",
      "quendal::send"),
-    ("Poco::NObserver<quendal::Handler, Poco::Net::Note>::notify(Poco::Notification*) const", "Poco::NObserver::notify"),
+    ("Poco::NObserver<quendal::Handler, Poco::Net::Note>::notify(Poco::Notification*) const",
+     "Poco::NObserver::notify"),
     ("void quendal::reply<quendal::lookUp(std::string const&)::{lambda()#1}>(int)", "quendal::reply"),
     ("quendal::File::~File()", "quendal::File::~File"),
     ("operator new(unsigned long)@@GLIBCXX_3.4", "operator-new"),

@@ -9,7 +9,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 
 PACKAGE = "tools/quendal_tools"
 FOR_A_PC = {"configuration", "protocol", "stick", "commands"}
-RIG = {"board", "sandbox", "emulator", "demo"}
+RIG = {"board", "sandbox", "emulator", "power_cuts", "demo"}
 
 # The rooms of the package that each place may use beside itself; a place that is not here may use none.
 MAY_USE: dict[str, set[str]] = {
@@ -20,16 +20,18 @@ MAY_USE: dict[str, set[str]] = {
     f"{PACKAGE}/board": {"configuration"},
     f"{PACKAGE}/sandbox": {"configuration", "board"},
     f"{PACKAGE}/emulator": {"configuration", "board", "stick"},
+    f"{PACKAGE}/power_cuts": {"configuration", "protocol", "board", "emulator"},
     f"{PACKAGE}/demo": {"configuration", "protocol", "commands", "board", "sandbox"},
     "tools/transmitter": {"commands"},
     "tools/display": {"board"},
     "tools/sandbox": {"sandbox"},
     "tools/demo": {"sandbox", "demo"},
-    "tools/emulator": {"configuration", "stick", "board", "emulator"},
+    "tools/emulator": {"configuration", "stick", "board", "emulator", "power_cuts"},
     "bench": FOR_A_PC | RIG,
-    "tests/tools": FOR_A_PC,
+    "tests/tools": FOR_A_PC | {"emulator", "power_cuts"},
     "tests/system": FOR_A_PC | {"board", "sandbox"},
-    "tests/emulator": FOR_A_PC | {"board", "emulator"},
+    "tests/emulator": FOR_A_PC | {"board", "emulator", "power_cuts"},
+    "tests/faults": FOR_A_PC | {"board", "sandbox"},
 }
 
 

@@ -10,11 +10,11 @@ import random
 import subprocess
 import time
 
-from quendal_tools import packet
-from quendal_tools.board_files import TARGET
-from quendal_tools.namespace import wait_until
-from quendal_tools.sandbox import Board
-from quendal_tools.transmitter import LIST_FILE, STOP_MARKER, list_text
+from quendal_tools.protocol import packet
+from quendal_tools.board.layout import TARGET
+from quendal_tools.board.waiting import wait_until
+from quendal_tools.sandbox.board import Board
+from quendal_tools.protocol.control_files import LIST_FILE, STOP_MARKER, list_text
 from support import multicast
 from support.rig import PORT, has_ended
 

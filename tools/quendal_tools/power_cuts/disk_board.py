@@ -9,7 +9,7 @@ import os
 import pathlib
 import subprocess
 
-from quendal_tools.emulator import EmulatedBoard
+from quendal_tools.emulator.board import EmulatedBoard
 from quendal_tools.board.waiting import wait_until
 from quendal_tools.power_cuts.nbd_server import NbdServer
 
@@ -107,7 +107,7 @@ class DiskBoard(EmulatedBoard):
 
 
 def make_file_system(image, mebibytes):
-    """A new image with an empty ext4, as a distribution makes it, but that the tables are written now, not by the board."""
+    """A new image with an empty ext4 as a distribution makes it, its tables written now and not by the board."""
     with open(image, "xb") as file:
         file.truncate(mebibytes << 20)
     subprocess.run(["mkfs.ext4", "-q", "-E", "lazy_itable_init=0,lazy_journal_init=0", image], check=True)

@@ -7,7 +7,7 @@ import tempfile
 
 from quendal_tools.board.layout import TARGET
 from quendal_tools.power_cuts.plan import ENDS
-from quendal_tools.transmitter import LIST_FILE
+from quendal_tools.protocol.control_files import LIST_FILE
 
 _TARGET_ON_DISK = TARGET.removeprefix("/data")  # the disk is mounted at /data
 

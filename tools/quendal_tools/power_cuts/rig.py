@@ -12,7 +12,7 @@ import shutil
 import subprocess
 import time
 
-from quendal_tools.emulator import EmulatorUnavailable
+from quendal_tools.emulator.board import EmulatorUnavailable
 from quendal_tools.board.waiting import wait_until
 from quendal_tools.power_cuts import plan
 from quendal_tools.power_cuts.disk_board import DiskBoard, make_file_system
@@ -20,7 +20,7 @@ from quendal_tools.power_cuts.remains import Remains, look
 from quendal_tools.power_cuts.restart import DISK, MOUNT, PATIENCE, on_board, restart, restart_with_cut
 from quendal_tools.power_cuts.transfer import Transfer, send
 from quendal_tools.power_cuts.volatile_disk import VolatileDisk
-from quendal_tools.transmitter import Transmitter
+from quendal_tools.protocol.sending import Transmitter
 
 _MEBIBYTES = 1024
 # All that is below /data moves to the disk, and so does the temporary directory, with the service's Dest.

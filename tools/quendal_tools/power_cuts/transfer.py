@@ -4,7 +4,8 @@ import contextlib
 import threading
 import time
 
-from quendal_tools.protocol.control_files import STOP_MARKER, Transmitter
+from quendal_tools.protocol.control_files import STOP_MARKER
+from quendal_tools.protocol.sending import Transmitter
 
 
 def send(transmitter, files, end=STOP_MARKER):
