@@ -3,6 +3,7 @@
 #include "app/startup_config.h"
 #include "base/console.h"
 #include "base/error_stream_channel.h"
+#include "base/platform.h"
 #include "base/shared_state.h"
 #include "ipc/semaphore_table.h"
 #include "maintenance/main_task.h"
@@ -31,9 +32,11 @@ namespace {
 
 // Never freed: the tasks may read them for as long as the process lives.
 void createStartTimes() {
-  shared::startTimestamp = new Poco::Timestamp;
-  shared::cycleTimestamp = new Poco::Timestamp;
-  shared::startDateTime = new Poco::DateTime(Poco::Timestamp());
+  const Poco::Timestamp start = platform::now();
+  shared::startTimestamp = new Poco::Timestamp(start);
+  shared::cycleTimestamp = new Poco::Timestamp(start);
+  shared::startDateTime = new Poco::DateTime(start);
+  shared::cycleDateTime = start;
 }
 
 // No task runs and no destructor has work to do yet, so the process may simply end.

@@ -19,7 +19,7 @@ Flag mcPaused = false;
 Poco::Timestamp* startTimestamp = nullptr;
 Poco::Timestamp* cycleTimestamp = nullptr;
 Poco::DateTime* startDateTime = nullptr;
-Poco::DateTime cycleDateTime;
+Poco::DateTime cycleDateTime{Poco::Timestamp(0)};
 std::int32_t lastRelaunchHour = -1;
 
 LcdPacketRecord mcRxRecord;

@@ -44,12 +44,12 @@ extern Flag mcPaused;    // the multicast socket is closed: written by McTask, r
 /// The two flags of McTask's pause handshake.
 PauseFlags mcPauseFlags();
 
-// --- Times; the start-up creates the first three, which are never destroyed ---
+// --- Times: set by the start-up, which creates the first three; those are never destroyed ---
 
 extern Poco::Timestamp* startTimestamp;  // refreshed by the alive check
 extern Poco::Timestamp* cycleTimestamp;  // refreshed by McTask
 extern Poco::DateTime* startDateTime;    // of the last alive reply
-extern Poco::DateTime cycleDateTime;
+extern Poco::DateTime cycleDateTime;     // of cycleTimestamp
 extern std::int32_t lastRelaunchHour;
 
 // --- Packets ---
