@@ -2,18 +2,17 @@
 
 #include "base/console.h"
 #include "base/platform.h"
+#include "base/retry.h"
 #include "base/shared_state.h"
 #include "multicast/alive_check.h"
 #include "multicast/datagram.h"
 #include "multicast/mc_schedule.h"
-#include "multicast/mc_socket.h"
 #include "multicast/multicast_state.h"
 #include "multicast/replies.h"
 #include "multicast/reply_packet.h"
 #include "multicast/temporary_data.h"
 
 #include <Poco/Exception.h>
-#include <Poco/Net/NetException.h>
 #include <Poco/Net/SocketAddress.h>
 #include <Poco/TemporaryFile.h>
 
@@ -24,11 +23,11 @@ namespace {
 
 constexpr long kPauseMs = 1000;
 
-bool openSocket() {
+McSocketState openSocket() {
   console::line("McTask: trigger has arrived, init/re-init mc socket...");
-  const bool isOpen = openMulticastSocket();
+  const McSocketState opened = openMulticastSocket();
   console::write("mc thread resume!\n");
-  return isOpen;
+  return opened;
 }
 
 void saveFileData(std::span<const std::byte> data) {
@@ -61,7 +60,7 @@ void McTask::runTask() {
   while (!mustStop()) {
     const bool served = guard("McTask: Exception Met!", [this] {
       if (awaitRelease()) {
-        receiveUntilPause(openSocket());
+        serve(openSocket());
       }
     });
     if (!served) {
@@ -79,11 +78,28 @@ void McTask::pause() {
   console::line("McTask paused");
 }
 
-// One open period of the socket, also of one that could not be opened.
-void McTask::receiveUntilPause(bool isOpen) {
+void McTask::serve(McSocketState opened) {
+  lastAttempt_ = platform::now();
+  if (opened == McSocketState::kClosed) {
+    awaitRetry();
+    return;
+  }
+  isSettled_ = opened == McSocketState::kSettled;
+  receiveUntilPause();
+}
+
+// In steps that are no longer than a receive: a pause or a stop does not wait for the ten seconds.
+void McTask::awaitRetry() {
+  while (!mustPause() && !isRetryDue(lastAttempt_, platform::now())) {
+    sleepMs(kPauseMs);
+  }
+}
+
+// One open period of the socket.
+void McTask::receiveUntilPause() {
   unsigned timeoutCount = 0;  // of this period: datagrams do not reset it
   while (!mustPause()) {
-    const Reception reception = receiveDatagram(isOpen);
+    const Reception reception = receiveDatagram();
     if (reception == Reception::kTimeout && isHeartbeatDue(++timeoutCount)) {
       sendHeartbeat();
     }
@@ -95,6 +111,7 @@ void McTask::receiveUntilPause(bool isOpen) {
     if (lastLength_ <= 0 || reception == Reception::kFailure) {
       sleepMs(kPauseMs);
     }
+    settleWhenDue();
     const int hour = readHour();
     if (isRelaunchDue(hour, shared::lastRelaunchHour, shared::mcRstHrFactor)) {
       rememberRelaunch(hour);
@@ -103,12 +120,8 @@ void McTask::receiveUntilPause(bool isOpen) {
   }
 }
 
-McTask::Reception McTask::receiveDatagram(bool isOpen) {
+McTask::Reception McTask::receiveDatagram() {
   try {
-    if (!isOpen) {
-      // Without its time-outs, the socket would hold this thread for ever.
-      throw Poco::Net::InvalidSocketException("not bound, or not in its group");
-    }
     lastLength_ = shared::mcSocket.receiveBytes(shared::mcRxBuffer.data(), static_cast<int>(shared::mcRxBuffer.size()));
     return Reception::kDatagram;
   } catch (const Poco::TimeoutException&) {
@@ -116,6 +129,17 @@ McTask::Reception McTask::receiveDatagram(bool isOpen) {
   } catch (const Poco::Exception& failure) {
     console::failure("McTask: Exception Met during receive/listen!", failure, "Exception Info:");
     return Reception::kFailure;
+  }
+}
+
+void McTask::settleWhenDue() {
+  if (isSettled_ || !isRetryDue(lastAttempt_, platform::now())) {
+    return;
+  }
+  lastAttempt_ = platform::now();
+  isSettled_ = settleMulticastSocket();
+  if (isSettled_) {
+    console::line("McTask: multicast group joined");
   }
 }
 

@@ -18,9 +18,9 @@ PATIENCE = 15
 _IP_RECVTTL = 12  # which the socket module does not name
 
 
-def text_since(rig, mark):
+def text_since(rig, mark, opening=console.MULTICAST_OPENED):
     """All that has been written since then, but for a relaunch."""
-    return console.without_relaunch(rig.service.stderr_text()[mark:])
+    return console.without_relaunch(rig.service.stderr_text()[mark:], opening)
 
 
 def await_paused(rig, after):

@@ -4,6 +4,7 @@
 #include "network/network_state.h"
 #include "support/error_stream_capture.h"
 #include "support/multicast_scene.h"
+#include "support/socket_faults.h"
 
 #include <Poco/Net/SocketAddress.h>
 #include <gtest/gtest.h>
@@ -12,6 +13,7 @@
 
 #include <filesystem>
 #include <iterator>
+#include <string>
 
 namespace quendal {
 namespace {
@@ -25,6 +27,27 @@ class McSocket : public testing::Test {
     return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
   }
 
+  static bool sendsByLoopback() {
+    in_addr interface {};
+    socklen_t length = sizeof interface;
+    EXPECT_EQ(getsockopt(shared::mcSocket.impl()->sockfd(), IPPROTO_IP, IP_MULTICAST_IF, &interface, &length), 0);
+    return ntohl(interface.s_addr) == INADDR_LOOPBACK;
+  }
+
+  bool hearsTheGroup() {
+    scene.sendToGroup("hello");
+    char bytes[100];
+    try {
+      return shared::mcSocket.receiveBytes(bytes, sizeof bytes) == 5;
+    } catch (const Poco::TimeoutException&) {
+      return false;
+    }
+  }
+
+  static void cutOff() {
+    shared::currentInterface = Poco::Net::NetworkInterface(Poco::Net::NetworkInterface::NO_INDEX);
+  }
+
   MulticastScene scene;
   ErrorStreamCapture capture;
 };
@@ -32,7 +55,7 @@ class McSocket : public testing::Test {
 TEST_F(McSocket, OpensWithItsTimeToLiveAndTimeoutsAndSaysSo) {
   shared::mcTtl = 7;
 
-  EXPECT_TRUE(openMulticastSocket());
+  EXPECT_EQ(openMulticastSocket(), McSocketState::kSettled);
 
   EXPECT_EQ(capture.text(), "\nmttl:7\nmcRxTimeout:1\nmcTxTimeout:1");
   EXPECT_EQ(shared::mcSocket.getTimeToLive(), 7U);
@@ -40,26 +63,21 @@ TEST_F(McSocket, OpensWithItsTimeToLiveAndTimeoutsAndSaysSo) {
 }
 
 TEST_F(McSocket, SendsByTheInterfaceThatItJoinedOn) {
-  ASSERT_TRUE(openMulticastSocket());
+  ASSERT_EQ(openMulticastSocket(), McSocketState::kSettled);
 
-  in_addr interface {};
-  socklen_t length = sizeof interface;
-  ASSERT_EQ(getsockopt(shared::mcSocket.impl()->sockfd(), IPPROTO_IP, IP_MULTICAST_IF, &interface, &length), 0);
-  EXPECT_EQ(ntohl(interface.s_addr), INADDR_LOOPBACK);
+  EXPECT_TRUE(sendsByLoopback());
 }
 
 TEST_F(McSocket, HearsTheGroup) {
-  ASSERT_TRUE(openMulticastSocket());
-  scene.sendToGroup("hello");
+  ASSERT_EQ(openMulticastSocket(), McSocketState::kSettled);
 
-  char bytes[100];
-  EXPECT_EQ(shared::mcSocket.receiveBytes(bytes, sizeof bytes), 5);
+  EXPECT_TRUE(hearsTheGroup());
 }
 
 TEST_F(McSocket, AddressThatCannotBeBoundIsOneReport) {
   shared::mcBindAddress = new SocketAddress("198.51.100.1", 50100);
 
-  EXPECT_FALSE(openMulticastSocket());
+  EXPECT_EQ(openMulticastSocket(), McSocketState::kClosed);
 
   EXPECT_EQ(capture.text(),
             "\nMcTask: Exception Met!\nException Message:Net Exception: Cannot assign requested address: "
@@ -67,9 +85,9 @@ TEST_F(McSocket, AddressThatCannotBeBoundIsOneReport) {
 }
 
 TEST_F(McSocket, InterfaceWithoutAnAddressIsOneReportBehindTheTimeouts) {
-  shared::currentInterface = Poco::Net::NetworkInterface(Poco::Net::NetworkInterface::NO_INDEX);
+  cutOff();
 
-  EXPECT_FALSE(openMulticastSocket());
+  EXPECT_EQ(openMulticastSocket(), McSocketState::kUnsettled);
 
   EXPECT_EQ(capture.text(),
             "\nmttl:1\nmcRxTimeout:1\nmcTxTimeout:1"
@@ -79,7 +97,7 @@ TEST_F(McSocket, InterfaceWithoutAnAddressIsOneReportBehindTheTimeouts) {
 TEST_F(McSocket, AddressThatIsNoGroupIsOneReport) {
   shared::mcBindAddress = new SocketAddress("127.0.0.1", shared::mcPort);
 
-  EXPECT_FALSE(openMulticastSocket());
+  EXPECT_EQ(openMulticastSocket(), McSocketState::kUnsettled);
 
   EXPECT_TRUE(capture.text().starts_with("\nmttl:1\nmcRxTimeout:1\nmcTxTimeout:1\nMcTask: Exception Met!\n"));
 }
@@ -90,16 +108,16 @@ TEST_F(McSocket, MayBeClosedAgainAndAgainAlsoBeforeItWasOpened) {
   closeMulticastSocket();
   closeMulticastSocket();
 
-  EXPECT_TRUE(openMulticastSocket());
+  EXPECT_EQ(openMulticastSocket(), McSocketState::kSettled);
 }
 
 TEST_F(McSocket, ThousandRelaunchesLeakNoDescriptor) {
-  ASSERT_TRUE(openMulticastSocket());
+  ASSERT_EQ(openMulticastSocket(), McSocketState::kSettled);
   const std::ptrdiff_t before = openDescriptors();
 
   for (int relaunch = 0; relaunch < 1000; ++relaunch) {
     closeMulticastSocket();
-    ASSERT_TRUE(openMulticastSocket()) << relaunch;
+    ASSERT_EQ(openMulticastSocket(), McSocketState::kSettled) << relaunch;
   }
 
   EXPECT_EQ(openDescriptors(), before);
@@ -110,11 +128,62 @@ TEST_F(McSocket, ThousandFailedOpeningsLeakNoDescriptor) {
   const std::ptrdiff_t before = openDescriptors();
 
   for (int relaunch = 0; relaunch < 1000; ++relaunch) {
-    ASSERT_FALSE(openMulticastSocket()) << relaunch;
+    ASSERT_EQ(openMulticastSocket(), McSocketState::kClosed) << relaunch;
     closeMulticastSocket();
   }
 
   EXPECT_EQ(openDescriptors(), before);
+}
+
+TEST_F(McSocket, WithoutItsGroupItSendsByTheInterfaceAllTheSame) {
+  shared::mcBindAddress = new SocketAddress("127.0.0.1", shared::mcPort);
+
+  ASSERT_EQ(openMulticastSocket(), McSocketState::kUnsettled);
+
+  EXPECT_TRUE(sendsByLoopback());
+}
+
+TEST_F(McSocket, IsSettledInSilenceOnceThatIsPossible) {
+  const Poco::Net::NetworkInterface loopback = shared::currentInterface;
+  cutOff();
+  ASSERT_EQ(openMulticastSocket(), McSocketState::kUnsettled);
+  const std::string before = capture.text();
+
+  EXPECT_FALSE(settleMulticastSocket());
+  shared::currentInterface = loopback;
+  EXPECT_TRUE(settleMulticastSocket());
+
+  EXPECT_EQ(capture.text(), before);
+  EXPECT_TRUE(hearsTheGroup());
+}
+
+// Whichever call fails: one report at most, behind what has always been said up to there, and a way back.
+TEST_F(McSocket, RecoversFromAFaultInAnyOfItsSystemCalls) {
+  int calls = 0;
+  for (bool isHit = true; isHit; ++calls) {
+    const ErrorStreamCapture said;
+    faults::failSocketCall(calls + 1);
+
+    const McSocketState opened = openMulticastSocket();
+
+    isHit = faults::hasFailed();
+    faults::failSocketCall(0);
+    const std::string good = "\nmttl:1\nmcRxTimeout:1\nmcTxTimeout:1";
+    const std::string text = said.text();
+    EXPECT_TRUE(good.starts_with(text.substr(0, text.find("\nMcTask")))) << calls << text;
+    EXPECT_EQ(text.find("\nMcTask: Exception Met!\nException Message:"), text.rfind("\nMcTask")) << calls << text;
+    EXPECT_TRUE(opened == McSocketState::kSettled || text != good) << calls;
+    if (opened == McSocketState::kClosed) {
+      closeMulticastSocket();
+      EXPECT_EQ(openMulticastSocket(), McSocketState::kSettled) << calls;
+    } else if (opened == McSocketState::kUnsettled) {
+      EXPECT_TRUE(settleMulticastSocket()) << calls;
+    }
+    EXPECT_TRUE(hearsTheGroup()) << calls;
+    EXPECT_TRUE(sendsByLoopback()) << calls;
+    closeMulticastSocket();
+  }
+  EXPECT_GT(calls, 11);
 }
 
 }  // namespace

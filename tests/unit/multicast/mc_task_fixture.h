@@ -25,12 +25,12 @@ namespace quendal {
 inline const std::string kTrigger = "\nMcTask: trigger has arrived, init/re-init mc socket...";
 inline const std::string kSettings = "\nmttl:1\nmcRxTimeout:1\nmcTxTimeout:1";
 inline const std::string kOpened = kTrigger + kSettings + "mc thread resume!\n";
-inline const std::string kNotOpened =
+inline const std::string kNotJoined =
     kTrigger + kSettings +
     "\nMcTask: Exception Met!\nException Message:Not found: IPv4 family address not found."
     "mc thread resume!\n";
-inline const std::string kNotReceived =
-    "\nMcTask: Exception Met during receive/listen!\nException Info:Invalid socket: not bound, or not in its group";
+inline const std::string kNotReceived = "\nMcTask: Exception Met during receive/listen!\nException Info:I/O error: 5";
+inline const std::string kJoined = "\nMcTask: multicast group joined";
 inline const std::string kPaused = "\nMcTask: triggered to pause, closing sock...\nMcTask paused";
 inline const std::string kEnd = "\nMcTask ceased to operate";
 
@@ -46,6 +46,7 @@ class McTaskTest : public testing::Test {
 
   static Poco::Timestamp atHour(int hour) { return Poco::DateTime(2024, 5, 17, hour, 10).timestamp(); }
 
+  // The interface has no address to join by.
   static void cutOff() {
     shared::currentInterface = Poco::Net::NetworkInterface(Poco::Net::NetworkInterface::NO_INDEX);
   }

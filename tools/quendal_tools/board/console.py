@@ -31,19 +31,17 @@ _MULTICAST_CLOSING = "\nMcTask: triggered to pause, closing sock..."
 MULTICAST_TASK_PAUSED = "\nMcTask paused"
 MULTICAST_PAUSED = _MULTICAST_CLOSING + MULTICAST_TASK_PAUSED
 MULTICAST_CEASED = "\nMcTask ceased to operate"
+MULTICAST_JOINED = "\nMcTask: multicast group joined"
 # A reply by multicast never leaves: its three failures are what can be seen of it.
 REPLY_BY_MULTICAST = 3 * (
     "\nSend_mcLCDpacket w/o file: Exception Met sending 3-elem mcast!\nException Message:Invalid argument")
 ALIVE_FILE_NOT_TAKEN = "\nExcp met handling chk alive file element\nException Message:"
-NOT_RECEIVED = ("\nMcTask: Exception Met during receive/listen!"
-                "\nException Info:Invalid socket: not bound, or not in its group")
-
 _RELAUNCH = r"relauching mcast thread at hour:\d+\.\.\."
 _MULTICAST_STATE = [
     _RELAUNCH, re.escape(MULTICAST_TRIGGER), r"\nmttl:-?\d+", r"\nmc[RT]xTimeout:1", re.escape(MULTICAST_RESUMED),
-    re.escape(_MULTICAST_CLOSING), re.escape(MULTICAST_TASK_PAUSED), re.escape(MULTICAST_CEASED)]
-_MULTICAST_FAILURES = [
-    re.escape(NOT_RECEIVED), r"\nMcTask: Exception Met!\nException Message:.*?(?=mc thread resume!)"]
+    re.escape(_MULTICAST_CLOSING), re.escape(MULTICAST_TASK_PAUSED), re.escape(MULTICAST_CEASED),
+    re.escape(MULTICAST_JOINED)]
+_MULTICAST_FAILURES = [r"\nMcTask: Exception Met!\nException Message:.*?(?=mc thread resume!)"]
 _OF_MULTICAST_STATE = re.compile("|".join(_MULTICAST_STATE))
 _OF_MULTICAST = re.compile("|".join(_MULTICAST_STATE + _MULTICAST_FAILURES))
 
