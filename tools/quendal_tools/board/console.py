@@ -36,6 +36,7 @@ MULTICAST_JOINED = "\nMcTask: multicast group joined"
 REPLY_BY_MULTICAST = 3 * (
     "\nSend_mcLCDpacket w/o file: Exception Met sending 3-elem mcast!\nException Message:Invalid argument")
 ALIVE_FILE_NOT_TAKEN = "\nExcp met handling chk alive file element\nException Message:"
+
 _RELAUNCH = r"relauching mcast thread at hour:\d+\.\.\."
 _MULTICAST_STATE = [
     _RELAUNCH, re.escape(MULTICAST_TRIGGER), r"\nmttl:-?\d+", r"\nmc[RT]xTimeout:1", re.escape(MULTICAST_RESUMED),
