@@ -1,6 +1,6 @@
-"""Every error code of a connection, with the exact bytes on the error stream.
+"""Error codes of a connection, with the exact bytes on the error stream.
 
-Each line of the table is a beginning of the stream that is cut off at one point, by a close or by a reset.
+Each line of the tables is a beginning of the stream that is cut off at one point, by a close or by a reset.
 """
 
 import pytest
@@ -19,38 +19,22 @@ NAMED = console.file_named("code.bin")
 RESET = "Connection reset by peer"
 HALF_SECOND_AND_A_LOADED_MACHINE = 5
 
-HEADER_0, HEADER_1 = "DataProcHeader<pos:0>:", "DataProcHeader<pos:1>:"
-STATUS_0, STATUS_1 = "DataRxCmdStatus<pos:0>:", "DataRxCmdStatus<pos:1>:"
-FILE_0, FILE_1, FILE_2 = (f"DataRxFileElement<pos:{position}>:" for position in range(3))
+HEADER_0, STATUS_1 = "DataProcHeader<pos:0>:", "DataRxCmdStatus<pos:1>:"
+FILE_1, FILE_2 = "DataRxFileElement<pos:1>:", "DataRxFileElement<pos:2>:"
 
 BEFORE_NAME = packets.BEFORE_FILE + ELEMENT[:packets.HEAD_LENGTH]
 BEFORE_DATA_LENGTH = packets.BEFORE_FILE + ELEMENT[:-packets.LENGTH_FIELD]
 
+# One of each element; the unit tests cut the stream at every other point, too.
 CLOSED = {
     "header_length_259": (b"", 259, HEADER_0),
-    "part_of_header_length_259": (packets.HEADER[:2], 259, HEADER_0),
-    "rest_of_header_515": (packets.HEADER[:4], 515, HEADER_1),
-    "last_byte_of_header_515": (packets.HEADER[:-1], 515, HEADER_1),
-    "status_length_515": (packets.HEADER, 515, STATUS_0),
-    "part_of_status_length_515": (packets.HEADER + packets.STATUS[:3], 515, STATUS_0),
     "rest_of_status_771": (packets.HEADER + packets.STATUS[:4], 771, STATUS_1),
-    "last_byte_of_status_771": (packets.BEFORE_FILE[:-1], 771, STATUS_1),
-    "file_element_head_771": (packets.BEFORE_FILE, 771, FILE_0),
-    "last_byte_of_file_element_head_771": (BEFORE_NAME[:-1], 771, FILE_0),
-    "name_1027": (BEFORE_NAME, 1027, FILE_1),
-    "last_byte_of_name_1027": (BEFORE_DATA_LENGTH[:-1], 1027, FILE_1),
     "data_length_771": (BEFORE_DATA_LENGTH, 771, FILE_2),
-    "last_byte_of_data_length_771": (packets.BEFORE_FILE + ELEMENT[:-1], 771, FILE_2),
 }
 
 RESETS = {
     "header_length_259": (b"", 259, HEADER_0, HEADER_0),
-    "rest_of_header_513": (packets.HEADER[:4], 513, HEADER_1, ""),
-    "status_length_515": (packets.HEADER, 515, STATUS_0 + ":", STATUS_0),
-    "rest_of_status_769": (packets.HEADER + packets.STATUS[:4], 769, STATUS_1 + ":", ""),
-    "file_element_head_771": (packets.BEFORE_FILE, 771, FILE_0 + ":", FILE_0),
     "name_1025": (BEFORE_NAME, 1025, FILE_1 + ":", ""),
-    "data_length_769": (BEFORE_DATA_LENGTH, 769, FILE_2 + ":", ""),
 }
 
 
@@ -98,14 +82,13 @@ def test_reset_by_the_peer_before(shared_rig, data, code, place, closed_place):
                     console.failed(code) + console.reopened(peer))
 
 
-@pytest.mark.parametrize("signature", [0, packet.SIGNATURE + 1, 0xE88EA5A5], ids=["zero", "one more", "swapped"])
-def test_wrong_signature_closes_every_connection_and_reports_516(shared_rig, signature):
+def test_wrong_signature_closes_every_connection_and_reports_516(shared_rig):
     mark = shared_rig.service.mark()
     others = [shared_rig.connect() for _ in range(3)]
     bad = shared_rig.connect()
     peers = [peer_of(connection) for connection in (*others, bad)]
 
-    bad.sendall(packets.header(3, signature=signature) + packets.STATUS + ELEMENT + bytes(100))
+    bad.sendall(packets.header(3, signature=packet.SIGNATURE + 1) + packets.STATUS + ELEMENT + bytes(100))
     shared_rig.await_open(mark)
 
     for connection in (*others, bad):
@@ -120,10 +103,9 @@ def test_wrong_signature_closes_every_connection_and_reports_516(shared_rig, sig
     assert shared_rig.stored("code.bin") is None
 
 
-@pytest.mark.parametrize("kind", [0, 3, 256, 65535])
-def test_wrong_status_kind_reports_1027(shared_rig, kind):
+def test_wrong_status_kind_reports_1027(shared_rig):
     text, peer = text_of(shared_rig, lambda connection: connection.sendall(
-        packets.HEADER + packets.status(kind=kind)))
+        packets.HEADER + packets.status(kind=3)))
 
     assert text == (console.connected(peer) +
                     console.STATUS_REFUSED + console.failed(1027) + console.reopened(peer))

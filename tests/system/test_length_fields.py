@@ -1,4 +1,4 @@
-"""Every length field of a packet at its edges."""
+"""Length fields of a packet at their edges; the unit tests have the values between, and mutated packets all of them."""
 
 import pytest
 
@@ -9,7 +9,6 @@ from support import packets
 pytestmark = pytest.mark.long(30)  # all together, on the board that they share
 
 FOLLOWING = packet.file_packet("following.bin", b"f")
-HUGE = [0x7FFFFFFF, 0x80000000, 0xFFFFFFFF]
 
 
 class Said:
@@ -30,20 +29,20 @@ def said(shared_rig):
     return Said(shared_rig)
 
 
-@pytest.mark.parametrize("length", [0, 1, 3, 4, 5, 19, 1027, 4096, 65536, *HUGE])
+@pytest.mark.parametrize("length", [19, 1027, 0x7FFFFFFF])
 def test_header_length_that_is_too_short_or_too_long_reports_516(said, length):
     assert said(packets.raw_header(length)) == console.HEADER_REFUSED + console.failed(516)
 
 
-@pytest.mark.parametrize("length", [0, 1, 3, 4, 7, 1025, 4096, 65536, *HUGE])
+@pytest.mark.parametrize("length", [7, 1025, 0x7FFFFFFF])
 def test_status_length_that_is_too_short_or_too_long_reports_1027(said, length):
     assert said(packets.HEADER + packets.raw_status(length)) == console.STATUS_REFUSED + console.failed(1027)
 
 
 @pytest.mark.parametrize("before", [
-    *(pytest.param(packets.raw_header(length), id=f"header {length}") for length in (20, 21, 1025, 1026)),
+    *(pytest.param(packets.raw_header(length), id=f"header {length}") for length in (20, 1026)),
     *(pytest.param(packets.header(2) + packets.raw_status(length), id=f"status {length}")
-      for length in (8, 9, 10, 15, 16, 17, 1023, 1024)),
+      for length in (8, 1024)),
 ])
 def test_longest_and_shortest_lengths_are_taken_and_the_next_packet_is_found(said, before):
     assert said(before + FOLLOWING) == (
@@ -51,17 +50,13 @@ def test_longest_and_shortest_lengths_are_taken_and_the_next_packet_is_found(sai
     assert said.rig.stored("following.bin") == b"f"
 
 
-@pytest.mark.parametrize("length", [1, 255])
-def test_name_lengths_are_counted_exactly(said, length):
-    name = "n" * length
+def test_name_lengths_are_counted_exactly(said):
+    said(packet.file_packet("n", b"1") + packet.file_packet("n" * 255, b"255") + FOLLOWING)
 
-    said(packet.file_packet(name, b"x") + FOLLOWING)
-
-    assert said.rig.stored(name) == b"x"
-    assert said.rig.stored("following.bin") == b"f"
+    assert [said.rig.stored(name) for name in ("n", "n" * 255, "following.bin")] == [b"1", b"255", b"f"]
 
 
-@pytest.mark.parametrize("announced", [101, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF])
+@pytest.mark.parametrize("announced", [101, 0xFFFFFFFF])
 def test_data_length_beyond_the_stream_keeps_what_came(said, announced):
     text = said(packets.BEFORE_FILE + packets.file_head(b"beyond.bin", announced) + bytes(100))
 

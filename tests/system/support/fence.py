@@ -29,7 +29,7 @@ def everything(board):
 
 
 def assert_refused(rig, name, reason):
-    """A file of this name is reported with 769 and this reason, and nothing on the board is changed."""
+    """A file of this name is reported with 1537 and this reason, and nothing on the board is changed."""
     before, woken = everything(rig.board), rig.display.names()
     mark = rig.service.mark()
 
