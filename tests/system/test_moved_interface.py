@@ -29,7 +29,7 @@ def joined(make_rig):
 def assert_heard_and_heard_of(rig):
     """A request reaches the display, its reply tells the address that it has, and heartbeats come from there."""
     with Transmitter(rig.board.pc) as transmitter:
-        multicast.assert_answers(rig, transmitter)
+        multicast.assert_replies(rig, transmitter)
         moved.await_heartbeat(transmitter, rig.board.address)
 
 

@@ -36,7 +36,7 @@ def allow_memberships(board, count):
 def replying_transmitter(rig):
     with Transmitter(rig.board.pc) as transmitter:
         yield transmitter
-        multicast.assert_answers(rig, transmitter)
+        multicast.assert_replies(rig, transmitter)
         moved.await_heartbeat(transmitter, rig.board.address)
 
 
