@@ -1,5 +1,7 @@
 #include "base/fenced_file.h"
 
+#include "base/descriptor_guard.h"
+
 #include <Poco/Error.h>
 #include <Poco/Exception.h>
 #include <Poco/StringTokenizer.h>
@@ -11,32 +13,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <utility>
 
 namespace quendal {
 namespace {
 
 constexpr std::size_t kWriteBufferSize = 65536;
-
-class DescriptorGuard {
- public:
-  explicit DescriptorGuard(int descriptor) : descriptor_(descriptor) {}
-  ~DescriptorGuard() {
-    if (descriptor_ >= 0) {
-      ::close(descriptor_);
-    }
-  }
-  DescriptorGuard(const DescriptorGuard&) = delete;
-  DescriptorGuard& operator=(const DescriptorGuard&) = delete;
-  DescriptorGuard(DescriptorGuard&&) = delete;
-  DescriptorGuard& operator=(DescriptorGuard&&) = delete;
-
-  int get() const { return descriptor_; }
-  int release() { return std::exchange(descriptor_, -1); }
-
- private:
-  int descriptor_;
-};
 
 std::string withReason(const std::string& path, int error) {
   return path + ": " + Poco::Error::getMessage(error);

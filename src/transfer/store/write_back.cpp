@@ -1,6 +1,7 @@
 #include "transfer/store/write_back.h"
 
 #include "base/console.h"
+#include "base/descriptor_guard.h"
 #include "base/platform.h"
 
 #include <Poco/Error.h>
@@ -43,12 +44,9 @@ int openFolder(const std::string& folder) {
 // What to ask the disk of `file` by; -1 with errno. The folder is better than the file itself, which would hold
 // its space after it has been replaced. But it may not be readable, or something else be mounted on it by now.
 int openForSync(int file, const std::string& folder) {
-  const int descriptor = openFolder(folder);
-  if (descriptor >= 0 && deviceOf(descriptor) == deviceOf(file)) {
-    return descriptor;
-  }
-  if (descriptor >= 0) {
-    ::close(descriptor);
+  DescriptorGuard descriptor(openFolder(folder));
+  if (descriptor.get() >= 0 && deviceOf(descriptor.get()) == deviceOf(file)) {
+    return descriptor.release();
   }
   return ::fcntl(file, F_DUPFD_CLOEXEC, 0);
 }
@@ -106,15 +104,14 @@ void WriteBack::Writing::intoFile(int descriptor, const std::string& path) const
 }
 
 void WriteBack::Writing::intoFolder(const std::string& folder) const {
-  const int descriptor = openFolder(folder);
-  if (descriptor < 0) {
+  const DescriptorGuard opened(openFolder(folder));
+  if (opened.get() < 0) {
     const int error = errno;
     const std::scoped_lock lock(writeBack_.state_->mutex);
     writeBack_.state_->fail(folder, error);
     return;
   }
-  writeBack_.watch(descriptor, folder);
-  ::close(descriptor);
+  writeBack_.watch(opened.get(), folder);
 }
 
 // A file system is kept open from before its first write until after the sync behind the last one, and no
