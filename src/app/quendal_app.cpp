@@ -10,6 +10,7 @@
 #include "multicast/mc_task.h"
 #include "multicast/multicast_state.h"
 #include "transfer/data_task.h"
+#include "transfer/store/staging_folder.h"
 #include "video/video_mc_watch_init_task.h"
 #include "video/video_mc_watch_task.h"
 
@@ -96,6 +97,7 @@ int QuendalApp::main(const ArgVec& /*arguments*/) {
   console::line("Quendal for Linux: V_" QUENDAL_VERSION "\n");
   createStartTimes();
   exitIfFailed(loadStartupConfig());
+  recoverStaging(shared::targetRootDir);
   loadSemaphoreIds();
   runTasks();
   return EXIT_OK;

@@ -8,6 +8,7 @@
 #include "multicast/multicast_state.h"
 #include "network/address_setup.h"
 #include "network/network_state.h"
+#include "transfer/store/store_state.h"
 #include "transfer/transfer_state.h"
 #include "video/video_source.h"
 
@@ -124,6 +125,14 @@ void readTargets(const IniFileConfiguration& ini) {
   shared::usbSourceListFile = ini.getString("Tessane Param.usbSourceListFile", shared::usbSourceListFile);
 }
 
+void readStoreMode(const IniFileConfiguration& ini) {
+  const std::string mode = ini.getString("Tessane Param.storeMode", "direct");
+  if (mode != "direct" && mode != "staged") {
+    throw Poco::InvalidArgumentException("Tessane Param.storeMode must be direct or staged", mode);
+  }
+  shared::stagedTransfers = mode == "staged";
+}
+
 void readVideoStream(const IniFileConfiguration& ini) {
   if (ini.hasProperty("Tessane Param.videoMcIp")) {
     watchVideoStream(ini.getString("Tessane Param.videoMcIp"));
@@ -140,6 +149,7 @@ void readServiceIni() {
   reportDipSwitch();
   reportOrientation();
   readTargets(*ini);
+  readStoreMode(*ini);
   readVideoStream(*ini);
 }
 

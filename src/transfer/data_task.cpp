@@ -4,6 +4,7 @@
 #include "base/shared_state.h"
 #include "transfer/connection_acceptor.h"
 #include "transfer/data_reactor.h"
+#include "transfer/store/store_state.h"
 #include "transfer/transfer_state.h"
 
 #include <Poco/Net/ServerSocket.h>
@@ -27,6 +28,13 @@ Poco::Net::ServerSocket openServerSocket() {
   server.listen(kBacklog);
   server.setReceiveTimeout(Poco::Timespan(kReceiveTimeoutSeconds, 0));
   return server;
+}
+
+// A transfer that is staged ends with its stop marker or not at all.
+void throwUnfinishedTransferAway() {
+  if (const std::size_t count = shared::staging.discard(); count > 0) {
+    console::line("A transfer has broken off, its staged files are thrown away: " + std::to_string(count));
+  }
 }
 
 }  // namespace
@@ -69,6 +77,7 @@ void DataTask::serveConnections(const Poco::Net::ServerSocket& server) {
   reactorThread.join();
   // Only now: until its thread has ended, a connection may still fail and ask for what is under way.
   shared::dataReinitReq = false;
+  throwUnfinishedTransferAway();
 }
 
 void DataTask::pause() {

@@ -12,6 +12,7 @@
 #include "transfer/packet/control_files.h"
 #include "transfer/packet/lcd_packet.h"
 #include "transfer/read_stages.h"
+#include "transfer/store/staging_folder.h"
 #include "transfer/store/store_state.h"
 #include "transfer/transfer_state.h"
 
@@ -30,13 +31,24 @@ constexpr long kRebootWaitMs = 3000;
 }  // namespace
 
 unsigned FileReception::DataRxFileElement() {
-  LcdPacketRecord& record = shared::dataRxRecord;
   end_ = TransferEnd();
   Deadline deadline(kElementTimeout);
   if (const unsigned code = readFileName(deadline); code != 0) {
     return code;
   }
-  console::line("DataRxFileElement,fileAsciiName:" + record.fileName);
+  console::line("DataRxFileElement,fileAsciiName:" + shared::dataRxRecord.fileName);
+  try {
+    return receiveNamedFile(deadline);
+  } catch (const std::exception& failure) {
+    console::failure("DataRxFileElement<pos:3>:: Exception Met!", failure);
+    end_.await(kFailedTransferWait);
+    postIpcSemaphore(kRxComplete);  // the display must be released after a failed transfer, too
+    return kStoreError;
+  }
+}
+
+unsigned FileReception::receiveNamedFile(Deadline& deadline) {
+  LcdPacketRecord& record = shared::dataRxRecord;
   applyControlEffects(record.fileName, deadline);
   const std::string& directory = shared::dontCareMode ? shared::tempDestDir : shared::targetRootDir;
   record.filePath = directory + "/" + record.fileName;
@@ -45,15 +57,8 @@ unsigned FileReception::DataRxFileElement() {
   if (const unsigned code = readStage(reader_, kDataLengthStage, dataLength, deadline); code != 0) {
     return code;
   }
-  try {
-    if (storeFileData(directory, readU32(dataLength, 0))) {
-      rebootIfAsked();
-    }
-  } catch (const std::exception& failure) {
-    console::failure("DataRxFileElement<pos:3>:: Exception Met!", failure);
-    end_.await(kFailedTransferWait);
-    postIpcSemaphore(kRxComplete);  // the display must be released after a failed transfer, too
-    return kStoreError;
+  if (storeFileData(directory, readU32(dataLength, 0))) {
+    rebootIfAsked();
   }
   return 0;
 }
@@ -87,18 +92,18 @@ void FileReception::applyControlEffects(const std::string& name, Deadline& deadl
   const ControlEffects effects = controlEffectsOf(name);
   if (effects.enterNormalMode) {
     shared::dontCareMode = false;
+    if (shared::stagedTransfers) {
+      shared::staging.begin(shared::targetRootDir);
+    }
   }
   if (effects.enterDontCareMode) {
     shared::dontCareMode = true;
+    shared::staging.discard();
     postIpcSemaphore(kStart2RxDontCare);
   }
   if (effects.endTransfer) {
-    if (!shared::dontCareMode) {
-      postIpcSemaphore(kStart2Rx);
-    }
-    end_.await(kTransferEndWait);
+    endTransfer();
     deadline.extend(end_.waited());
-    postIpcSemaphore(kRxComplete);
   }
   if (effects.logArchive) {
     const WriteBack::Writing writing(shared::writeBack);
@@ -107,11 +112,45 @@ void FileReception::applyControlEffects(const std::string& name, Deadline& deadl
   }
 }
 
+// Staged files change places between the wait, in which the display lets go of the old ones, and the event
+// upon which it looks at the new ones.
+void FileReception::endTransfer() {
+  if (!shared::dontCareMode) {
+    postIpcSemaphore(kStart2Rx);
+  }
+  const bool isOnDisk = end_.await(kTransferEndWait);
+  putStagedIntoPlace(isOnDisk);
+  postIpcSemaphore(kRxComplete);
+}
+
+void FileReception::putStagedIntoPlace(bool isOnDisk) {
+  if (!shared::staging.isOpen()) {
+    return;
+  }
+  if (!isOnDisk) {
+    throw Poco::TimeoutException("the staged files are not on the disk");
+  }
+  shared::staging.putIntoPlace();
+}
+
+// Where the file that is being received is to be written; throws what is wrong with its name.
+Staging::Place FileReception::placeOfFile(const std::string& directory) {
+  const std::string& name = shared::dataRxRecord.fileName;
+  if (shared::staging.isOpen()) {
+    return shared::staging.placeFor(name);
+  }
+  if (shared::stagedTransfers && !shared::dontCareMode) {
+    refuseStagingName(directory, name);
+  }
+  return {.folder = directory, .name = name};
+}
+
 // Reads the data into the file; false when the peer closed the connection before the last byte (the
 // file stays as far as it came).
 bool FileReception::storeFileData(const std::string& directory, std::uint32_t dataLength) {
   const WriteBack::Writing writing(shared::writeBack);
-  FencedFile file(directory, shared::dataRxRecord.fileName);
+  const Staging::Place place = placeOfFile(directory);
+  FencedFile file(place.folder, place.name);
   writing.intoFile(file.descriptor(), shared::dataRxRecord.filePath);
 
   // A big file may take as long as it needs, but each 1024 bytes of it must come within the element's
@@ -135,6 +174,9 @@ bool FileReception::storeFileData(const std::string& directory, std::uint32_t da
     }
   }
   file.close();
+  if (shared::staging.isOpen()) {
+    shared::staging.add(shared::dataRxRecord.fileName);
+  }
   return true;
 }
 
@@ -143,6 +185,9 @@ void FileReception::rebootIfAsked() {
   std::copy_n(lower.c_str(), lower.size() + 1, nameScratch_.begin());
   if (!isRebootRequest(nameScratch_.data())) {
     return;
+  }
+  if (shared::staging.isOpen()) {
+    putStagedIntoPlace(end_.awaitDisk());
   }
   platform::runShell(kSyncCommand);
   console::write("\nGoing to reboot device......\n");

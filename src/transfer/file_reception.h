@@ -2,6 +2,7 @@
 #pragma once
 
 #include "transfer/packet_reader.h"
+#include "transfer/store/staging.h"
 #include "transfer/transfer_end.h"
 
 #include <array>
@@ -26,7 +27,11 @@ class FileReception {
 
  private:
   unsigned readFileName(Deadline& deadline);
+  unsigned receiveNamedFile(Deadline& deadline);
   void applyControlEffects(const std::string& name, Deadline& deadline);
+  void endTransfer();
+  void putStagedIntoPlace(bool isOnDisk);
+  static Staging::Place placeOfFile(const std::string& directory);
   bool storeFileData(const std::string& directory, std::uint32_t dataLength);
   void rebootIfAsked();
 

@@ -23,16 +23,29 @@ bool hasToEnd() {
 }  // namespace
 
 bool TransferEnd::await(std::chrono::milliseconds wait) {
-  begin_ = begin_.value_or(steady_clock::now());
-  const WriteBack::Ticket ticket = shared::writeBack.request();
+  begin();
   platform::sleepMs(wait.count());
-  if (shared::writeBack.await(ticket, *begin_ + kLongestWait, hasToEnd)) {
+  return awaitDisk();
+}
+
+bool TransferEnd::awaitDisk() {
+  begin();
+  if (shared::writeBack.await(shared::writeBack.request(), *begin_ + kLongestWait, hasToEnd)) {
     return true;
   }
-  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(waited());
-  console::line("Received files are not on the disk after " + std::to_string(seconds.count()) +
-                " s, the display is told all the same");
+  if (!isLateSaid_) {
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(waited());
+    console::line("Received files are not on the disk after " + std::to_string(seconds.count()) +
+                  " s, the display is told all the same");
+    isLateSaid_ = true;
+  }
   return false;
+}
+
+// The disk has all of the wait's time.
+void TransferEnd::begin() {
+  begin_ = begin_.value_or(steady_clock::now());
+  shared::writeBack.request();
 }
 
 std::chrono::milliseconds TransferEnd::waited() const {

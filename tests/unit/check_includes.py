@@ -24,7 +24,8 @@ BELOW: dict[str, set[str]] = {
     "video": {"base", "ipc", "network"},
     "maintenance/stick": {"base", "ipc", "transfer/packet"},
     "maintenance": {"base", "ipc", "network", "transfer", "multicast", "maintenance/stick"},
-    "app": {"base", "ipc", "network", "transfer", "multicast", "video", "maintenance/stick", "maintenance"},
+    "app": {"base", "ipc", "network", "transfer", "transfer/store", "multicast", "video", "maintenance/stick",
+            "maintenance"},
 }
 
 # The header of a folder's process-wide variables, and who may include it besides that folder: the start-up
@@ -33,7 +34,7 @@ STATE_READERS: dict[str, set[str]] = {
     "base/shared_state.h": set(BELOW),
     "network/network_state.h": {"multicast", "video", "maintenance", "app"},
     "transfer/transfer_state.h": {"maintenance", "app"},
-    "transfer/store/store_state.h": {"transfer"},
+    "transfer/store/store_state.h": {"transfer", "app"},
     "multicast/multicast_state.h": {"maintenance", "app"},
     "video/video_state.h": set(),
     "maintenance/stick/stick_state.h": {"app"},

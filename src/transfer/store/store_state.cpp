@@ -2,6 +2,8 @@
 
 namespace quendal::shared {
 
+bool stagedTransfers = false;
 WriteBack writeBack;
+Staging staging(writeBack);
 
 }  // namespace quendal::shared

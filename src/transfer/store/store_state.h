@@ -3,10 +3,16 @@
 // base/shared_state.h says what keeps them safe.
 #pragma once
 
+#include "transfer/store/staging.h"
 #include "transfer/store/write_back.h"
 
 namespace quendal::shared {
 
-extern WriteBack writeBack;  // the reactor's thread only
+extern bool stagedTransfers;  // written by the start-up, read by file reception
+
+// --- The reactor's thread; DataTask's while there is no reactor ---
+
+extern WriteBack writeBack;
+extern Staging staging;
 
 }  // namespace quendal::shared

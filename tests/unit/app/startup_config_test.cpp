@@ -7,6 +7,7 @@
 #include "support/error_stream_capture.h"
 #include "support/fake_platform.h"
 #include "support/start_folder.h"
+#include "transfer/store/store_state.h"
 #include "transfer/transfer_state.h"
 #include "video/video_state.h"
 
@@ -68,6 +69,7 @@ TEST_F(StartupConfig, OptionalKeysHaveTheirDefaults) {
   EXPECT_FALSE(shared::videoCaptureReopenReq);
   EXPECT_FALSE(shared::videoWatchEnabled);
   EXPECT_FALSE(shared::staticIpMode);
+  EXPECT_FALSE(shared::stagedTransfers);
   EXPECT_EQ(fake::events(), std::vector<std::string>());
 }
 
@@ -152,6 +154,13 @@ TEST_F(StartupConfig, OnlyTheExactWordTrueTurnsRepliesByTcpOn) {
   for (const char* value : {"True", "TRUE", "1", "yes", "true ; by TCP", ""}) {
     ASSERT_EQ(load({{"McastReplyByTCP", value}}), 0);
     EXPECT_FALSE(shared::mcReplyByTcp) << value;
+  }
+}
+
+TEST_F(StartupConfig, TransfersAreStagedWhenTheKeySaysSo) {
+  for (const auto& [value, staged] : {std::pair("staged", true), {"direct", false}}) {
+    EXPECT_EQ(load({{"storeMode", value}}), 0);
+    EXPECT_EQ(shared::stagedTransfers, staged);
   }
 }
 

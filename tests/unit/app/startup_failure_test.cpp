@@ -70,6 +70,15 @@ TEST_F(StartupFailure, OptionalKeyThatIsThereMustBeANumberToo) {
   EXPECT_EQ(lastWordsOfBadConfiguration(), "Syntax error: Not a valid integer");
 }
 
+TEST_F(StartupFailure, StoreModeThatIsNoneIsBadConfiguration) {
+  for (const std::string mode : {"Staged", "stage", "staged ; as one", "true"}) {
+    folder.writeServiceIni({{"storeMode", mode}});
+
+    EXPECT_EQ(lastWordsOfBadConfiguration(),
+              "Invalid argument: Tessane Param.storeMode must be direct or staged: " + mode);
+  }
+}
+
 TEST_F(StartupFailure, CommentBehindANumberBelongsToIt) {
   folder.writeServiceIni({{"lcdDataPort", "4000 ; the usual"}});
 
