@@ -1,6 +1,7 @@
 #include "ipc/semaphore_table.h"
 
 #include "base/console.h"
+#include "base/interrupted_call.h"
 
 #include <sys/ipc.h>
 #include <sys/sem.h>
@@ -40,6 +41,11 @@ int addWithUndo(int semId, short amount) {
   return semop(semId, &operation, 1);
 }
 
+// A signal between must not cost an event.
+int post(int semId) {
+  return retryInterrupted([semId] { return addWithUndo(semId, 1); });
+}
+
 // The kernel keeps the sum of this process's posts, to take them back when it ends, and refuses the
 // 32,769th although the display has consumed them all. Two opposite operations in one atomic call,
 // only the second with SEM_UNDO, shrink that sum and leave the semaphore as it is. The first of the
@@ -48,7 +54,7 @@ int addWithUndo(int semId, short amount) {
 bool shrinkUndoAdjustment(int semId) {
   for (short amount = kLargestUndoTaken; amount > 0; amount = static_cast<short>(amount / 2)) {
     std::array<sembuf, 2> operations = {{{0, amount, 0}, {0, static_cast<short>(-amount), SEM_UNDO}}};
-    if (semop(semId, operations.data(), operations.size()) == 0) {
+    if (retryInterrupted([&] { return semop(semId, operations.data(), operations.size()); }) == 0) {
       return true;
     }
   }
@@ -85,9 +91,9 @@ int postIpcSemaphore(std::uint32_t id) {
   if (semId < 0) {
     return semId;
   }
-  const int result = addWithUndo(semId, 1);
+  const int result = post(semId);
   if (result < 0 && errno == ERANGE && shrinkUndoAdjustment(semId)) {
-    return addWithUndo(semId, 1);
+    return post(semId);
   }
   return result;
 }

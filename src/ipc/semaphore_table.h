@@ -41,7 +41,7 @@ int findSemaphoreIndex(std::uint32_t id);
 void loadSemaphoreIds();
 
 /// Posts the semaphore of event `id`: reads the variable again, stores the identifier and adds 1 to
-/// semaphore number 0 of that set with SEM_UNDO.
+/// semaphore number 0 of that set with SEM_UNDO; again when a signal interrupts that.
 ///
 /// Returns 0 when posted and also when the variable is not set; the identifier itself when it is
 /// negative; -1 for an unknown id or when the kernel refuses (no such set, no permission, the
@@ -49,7 +49,7 @@ void loadSemaphoreIds();
 int postIpcSemaphore(std::uint32_t id);
 
 /// Takes 1 from semaphore number 0 of set `semId` with SEM_UNDO, waiting until it can.
-/// Returns semop()'s result.
+/// Returns semop()'s result, also when a signal has interrupted it.
 int waitIpcSemaphore(int semId);
 
 /// Removes the set `semId`; a failure is reported on the error stream.
