@@ -2,6 +2,7 @@
 
 #include "app/startup_reports.h"
 #include "base/console.h"
+#include "base/ini_file.h"
 #include "base/platform.h"
 #include "base/shared_state.h"
 #include "maintenance/stick/stick_state.h"
@@ -12,11 +13,9 @@
 #include "transfer/transfer_state.h"
 #include "video/video_source.h"
 
-#include <Poco/AutoPtr.h>
 #include <Poco/Exception.h>
 #include <Poco/File.h>
 #include <Poco/Path.h>
-#include <Poco/Util/IniFileConfiguration.h>
 
 #include <fstream>
 
@@ -24,7 +23,6 @@ namespace quendal {
 namespace {
 
 using Poco::Util::IniFileConfiguration;
-using IniFile = Poco::AutoPtr<IniFileConfiguration>;
 
 constexpr const char* kServiceIni = "../Work/Quendal_L.ini";
 constexpr const char* kStaticAddressIni = "../Work/IPAddress.ini";
@@ -48,7 +46,7 @@ void createDirectories(const std::string& parent) {
 }
 
 void readStaticAddress() {
-  const IniFile ini(new IniFileConfiguration(kStaticAddressIni));
+  const IniFile ini = loadIniFile(kStaticAddressIni);
   shared::staticIp = ini->getString("IP");
   shared::staticNetmask = ini->getString("NetworkMask");
   shared::staticGateway = ini->getString("DefaultGateway");
@@ -98,7 +96,7 @@ void readTransferParameters(const IniFileConfiguration& ini) {
 }
 
 void readIdentity() {
-  const IniFile ini(new IniFileConfiguration(shared::idFilePath));
+  const IniFile ini = loadIniFile(shared::idFilePath);
   shared::groupNo = static_cast<std::uint16_t>(ini->getInt("GROUPNO"));
   shared::columnNo = static_cast<std::uint16_t>(ini->getInt("COLUMNNO"));
   shared::displayNo = static_cast<std::uint16_t>(ini->getInt("DISPLAYNO"));
@@ -109,14 +107,14 @@ void reportDipSwitch() {
   DipSetting setting;
   const std::string path = platform::systemPath(kDipIni);
   if (Poco::File(path).exists()) {
-    const IniFile ini(new IniFileConfiguration(path));
+    const IniFile ini = loadIniFile(path);
     setting = parseDipSetting(ini->getString("DIP_Byte0", ""));
   }
   console::write(dipReport(setting));
 }
 
 void reportOrientation() {
-  const IniFile ini(new IniFileConfiguration(kLayoutIni));
+  const IniFile ini = loadIniFile(kLayoutIni);
   console::write(orientationReport(ini->getInt("Panel.Orientation")));
 }
 
@@ -140,7 +138,7 @@ void readVideoStream(const IniFileConfiguration& ini) {
 }
 
 void readServiceIni() {
-  const IniFile ini(new IniFileConfiguration(kServiceIni));
+  const IniFile ini = loadIniFile(kServiceIni);
   const std::string group = ini->getString("Tessane Param.lcdMcastIp");
   readInterface(*ini);
   readMulticastGroup(group);

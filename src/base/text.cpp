@@ -1,6 +1,7 @@
 #include "base/text.h"
 
 #include <Poco/Ascii.h>
+#include <Poco/Error.h>
 
 #include <algorithm>
 
@@ -20,6 +21,10 @@ std::vector<std::string> split(std::string_view text, std::string_view separator
   }
   pieces.emplace_back(text);
   return pieces;
+}
+
+std::string withReason(const std::string& path, int error) {
+  return path + ": " + Poco::Error::getMessage(error);
 }
 
 std::string asciiLowerCase(std::string_view text) {

@@ -1,6 +1,7 @@
 #include "multicast/alive_check.h"
 
 #include "base/console.h"
+#include "base/ini_file.h"
 #include "base/platform.h"
 #include "base/shared_state.h"
 #include "multicast/alive_descriptor.h"
@@ -29,7 +30,7 @@ constexpr long kConnectionTimeoutSeconds = 5;
 // A port that was read stays stored, also when the address that belongs to it is missing.
 bool takeTransmitterServer(const std::string& path) {
   try {
-    const auto request = loadRequestFile(path);
+    const auto request = loadIniFile(path);
     if (!request->hasProperty(kServerPortKey)) {
       return false;
     }

@@ -1,5 +1,6 @@
 // A multicast datagram from unpacking to the server that its file names, over arbitrary bytes.
 
+#include "base/ini_file.h"
 #include "fuzz/require.h"
 #include "multicast/datagram.h"
 #include "multicast/request_file.h"
@@ -42,7 +43,7 @@ void checkFile(Bytes data, Bytes buffer) {
   std::string text(data.size(), '\0');
   std::ranges::copy(data, std::as_writable_bytes(std::span(text)).begin());
   try {
-    const auto request = parseRequestFile(text);
+    const auto request = parseIniText(text, "request");
     if (request->hasProperty(kServerPortKey)) {
       request->getInt(kServerPortKey);
       request->getString(kServerIpKey);

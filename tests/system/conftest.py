@@ -87,6 +87,20 @@ def make_board():
 
 
 @pytest.fixture
+def start(make_board, quendal):
+    """Starts the service on such a board and waits for its end: (exit status, error stream, board)."""
+    def run(prepare=lambda board: None, env=None, **options):
+        board = make_board(**options)
+        prepare(board)
+        service = board.start_service(quendal, env=env)
+        status = service.wait(30)
+        assert service.stdout_text() == ""
+        return status, service.stderr_text(), board
+
+    return run
+
+
+@pytest.fixture
 def make_rig(quendal):
     """Starts the service on a board made as the arguments say.
 

@@ -15,20 +15,6 @@ BAD_CONFIGURATION = "\nMcTask: Exception Met!\nException Message:"
 NO_RESOLV_CONF_YET = ""
 
 
-@pytest.fixture
-def start(make_board, quendal):
-    """Starts the service on such a board and waits for its end: (exit status, error stream, board)."""
-    def run(prepare=lambda board: None, env=None, **options):
-        board = make_board(**options)
-        prepare(board)
-        service = board.start_service(quendal, env=env)
-        status = service.wait(30)
-        assert service.stdout_text() == ""
-        return status, service.stderr_text(), board
-
-    return run
-
-
 def remove_directories(board):
     shutil.rmtree(board.path(WORK))
     shutil.rmtree(board.path(DEST))

@@ -1,6 +1,7 @@
 #include "maintenance/stick/distribution.h"
 
 #include "base/console.h"
+#include "base/ini_file.h"
 #include "base/platform.h"
 #include "base/shared_state.h"
 #include "base/system_commands.h"
@@ -10,9 +11,7 @@
 #include "maintenance/stick/stick_state.h"
 #include "transfer/packet/control_files.h"
 
-#include <Poco/AutoPtr.h>
 #include <Poco/File.h>
-#include <Poco/Util/IniFileConfiguration.h>
 
 #include <algorithm>
 
@@ -23,11 +22,6 @@ namespace {
 constexpr long kStart2RxMs = 6000;
 constexpr long kStart2RxDontCareMs = 1000;
 constexpr long kRxCompleteMs = 6000;
-
-std::string readFileList(const std::string& path) {
-  const Poco::AutoPtr<Poco::Util::IniFileConfiguration> ini(new Poco::Util::IniFileConfiguration(path));
-  return ini->getString("new_local_dist_task.fileList");
-}
 
 bool areNamesAllowed(const std::string& folder, const std::vector<std::string>& names) {
   return std::all_of(names.begin(), names.end(),
@@ -73,7 +67,7 @@ void distributeFiles(const std::string& folder, const StoppableWait& wait) {
   if (!Poco::File(listPath).exists()) {
     return;
   }
-  const std::string value = trimFileList(readFileList(listPath));
+  const std::string value = trimFileList(loadIniFile(listPath)->getString("new_local_dist_task.fileList"));
   console::write(fileListReport(value));
   const std::optional<FileList> list = parseFileList(value);
   if (!list || !areNamesAllowed(folder, list->names)) {

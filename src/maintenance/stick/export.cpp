@@ -2,16 +2,15 @@
 
 #include "base/console.h"
 #include "base/folders.h"
+#include "base/ini_file.h"
 #include "base/platform.h"
 #include "base/system_commands.h"
 #include "maintenance/stick/drive.h"
 #include "maintenance/stick/package_readback.h"
 #include "maintenance/stick/stick_state.h"
 
-#include <Poco/AutoPtr.h>
 #include <Poco/Exception.h>
 #include <Poco/File.h>
-#include <Poco/Util/IniFileConfiguration.h>
 
 #include <array>
 
@@ -56,9 +55,7 @@ void moveLogsAndRelease(const std::string& mountPoint) {
 
 void readLogDataMode() {
   try {
-    const Poco::AutoPtr<Poco::Util::IniFileConfiguration> ini(
-        new Poco::Util::IniFileConfiguration("../Work/Marlox.ini"));
-    shared::logDataMode = ini->getString("LOGDATA") == "1";
+    shared::logDataMode = loadIniFile("../Work/Marlox.ini")->getString("LOGDATA") == "1";
   } catch (const Poco::Exception&) {
     return;  // most boards have no such file
   }

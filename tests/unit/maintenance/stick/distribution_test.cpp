@@ -206,6 +206,15 @@ TEST_F(Distribution, MissingKeyLeavesWithAnException) {
   EXPECT_EQ(errors.text(), "");
 }
 
+TEST_F(Distribution, ListThatIsNoPlainFileLeavesWithAnException) {
+  board.makeFolder("/data/home/sda1/KVCFG/1.2.3/KVFILE_XFER_INSTRU.spt");
+
+  EXPECT_THROW(distribute(), Poco::OpenFileException);
+
+  EXPECT_EQ(errors.text(), "");
+  EXPECT_EQ(posts(), "000");
+}
+
 TEST_F(Distribution, AbsentFileLeavesWithAnExceptionAfterTheAnnouncement) {
   writeList("a#0#FileList.sys;b#0#absent.zip;c#0#x.zip");
   writeSource("FileList.sys", "list");

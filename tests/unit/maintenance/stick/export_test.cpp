@@ -166,5 +166,14 @@ TEST_F(StickExport, MissingFileOrKeyLeavesTheLogDataMode) {
   }
 }
 
+TEST_F(StickExport, WhatIsNoPlainFileIsAsGoodAsMissing) {
+  shared::logDataMode = true;
+  board.makeFolder("/data/app/kavenor/Work/Marlox.ini");
+
+  readLogDataMode();
+
+  EXPECT_TRUE(shared::logDataMode);
+}
+
 }  // namespace
 }  // namespace quendal
