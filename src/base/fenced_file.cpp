@@ -1,8 +1,8 @@
 #include "base/fenced_file.h"
 
-#include "base/descriptor_guard.h"
+#include "base/interrupted_call.h"
+#include "base/text.h"
 
-#include <Poco/Error.h>
 #include <Poco/Exception.h>
 #include <Poco/StringTokenizer.h>
 
@@ -13,15 +13,13 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <memory>
+#include <utility>
 
 namespace quendal {
 namespace {
 
 constexpr std::size_t kWriteBufferSize = 65536;
-
-std::string withReason(const std::string& path, int error) {
-  return path + ": " + Poco::Error::getMessage(error);
-}
 
 // The absolute path behind `path` with all symbolic links resolved.
 std::string resolveLinks(const std::string& path) {
@@ -88,43 +86,53 @@ FencedPath resolveInside(const std::string& directory, const std::string& name) 
 FencedFile::FencedFile(const std::string& directory, const std::string& name, mode_t permissions)
     : path_(directory + "/" + name), buffer_(kWriteBufferSize) {
   const FencedPath target = resolveInside(directory, name);
-  const DescriptorGuard folder(::open(target.folder.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-  if (folder.get() < 0) {
+  const Descriptor folder(::open(target.folder.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+  if (!folder.isOpen()) {
     throw Poco::OpenFileException(withReason(target.folder, errno));
   }
   if (::unlinkat(folder.get(), target.leaf.c_str(), 0) != 0 && errno != ENOENT) {
     throw Poco::FileException(withReason(path_, errno));
   }
-  DescriptorGuard created(
+  // The last thing that can fail: nothing is left behind by a file that could not be made.
+  file_.reset(
       ::openat(folder.get(), target.leaf.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, permissions));
-  if (created.get() < 0) {
+  if (!file_.isOpen()) {
     throw Poco::CreateFileException(withReason(path_, errno));
   }
-  file_.reset(::fdopen(created.get(), "wb"));
-  if (file_ == nullptr) {
-    throw Poco::OpenFileException(withReason(path_, errno));
-  }
-  created.release();
-  static_cast<void>(std::setvbuf(file_.get(), buffer_.data(), _IOFBF, buffer_.size()));
 }
 
 void FencedFile::write(std::span<const std::byte> bytes) {
-  if (bytes.empty()) {
-    return;  // an empty span may have no address, which fwrite must not be given
-  }
-  // The stream is this thread's alone and needs no lock.
-  if (fwrite_unlocked(bytes.data(), 1, bytes.size(), file_.get()) != bytes.size()) {
-    throw Poco::WriteFileException(withReason(path_, errno));
+  while (!bytes.empty()) {
+    const std::size_t count = std::min(bytes.size(), buffer_.size() - buffered_);
+    std::copy_n(bytes.begin(), count, buffer_.begin() + static_cast<std::ptrdiff_t>(buffered_));
+    buffered_ += count;
+    bytes = bytes.subspan(count);
+    if (buffered_ == buffer_.size() && !flush()) {
+      throw Poco::WriteFileException(withReason(path_, errno));
+    }
   }
 }
 
 void FencedFile::close() {
-  const bool flushed = std::fflush(file_.get()) == 0;
+  const bool flushed = flush();
   const int flushError = errno;
-  const bool closed = std::fclose(file_.release()) == 0;
+  const bool closed = ::close(file_.release()) == 0;
   if (!flushed || !closed) {
     throw Poco::WriteFileException(withReason(path_, flushed ? errno : flushError));
   }
+}
+
+// False, with errno set: not all of it could be written, and what was buffered is lost.
+bool FencedFile::flush() {
+  std::span<const std::byte> bytes = std::span(buffer_).first(std::exchange(buffered_, 0));
+  while (!bytes.empty()) {
+    const ssize_t count = retryInterrupted([&] { return ::write(file_.get(), bytes.data(), bytes.size()); });
+    if (count <= 0) {
+      return false;
+    }
+    bytes = bytes.subspan(static_cast<std::size_t>(count));
+  }
+  return true;
 }
 
 }  // namespace quendal

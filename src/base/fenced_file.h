@@ -1,11 +1,11 @@
 // A file on disk under a name from outside: created inside its directory and nowhere else, every error seen.
 #pragma once
 
+#include "base/descriptor.h"
+
 #include <sys/types.h>
 
 #include <cstddef>
-#include <cstdio>
-#include <memory>
 #include <span>
 #include <string>
 #include <vector>
@@ -43,22 +43,27 @@ class FencedFile {
   void write(std::span<const std::byte> bytes);
 
   /// The open file, for questions about it.
-  int descriptor() const { return fileno(file_.get()); }
+  int descriptor() const { return file_.get(); }
 
   /// Writes out what is buffered and closes the file; throws as write. Without it the destructor
-  /// closes the file and errors are lost.
+  /// does so and errors are lost.
   void close();
+
+  ~FencedFile() { flush(); }
+  FencedFile(const FencedFile&) = delete;
+  FencedFile& operator=(const FencedFile&) = delete;
+  FencedFile(FencedFile&&) = delete;
+  FencedFile& operator=(FencedFile&&) = delete;
 
  private:
   static constexpr mode_t kPlainFile = 0666;
 
-  struct FileCloser {
-    void operator()(std::FILE* file) const noexcept { static_cast<void>(std::fclose(file)); }
-  };
+  bool flush();
 
   std::string path_;
-  std::vector<char> buffer_;  // outlives file_, which writes through it
-  std::unique_ptr<std::FILE, FileCloser> file_;
+  std::vector<std::byte> buffer_;
+  std::size_t buffered_ = 0;  // bytes at the front of buffer_ that are not written yet
+  Descriptor file_;
 };
 
 }  // namespace quendal

@@ -1,7 +1,7 @@
 #include "base/ini_file.h"
 
 #include "base/descriptor.h"
-#include "base/retry.h"
+#include "base/interrupted_call.h"
 #include "base/text.h"
 
 #include <Poco/Exception.h>

@@ -1,11 +1,16 @@
 #include "multicast/temporary_data.h"
 
+#include "base/console.h"
 #include "base/fenced_file.h"
+#include "base/interrupted_call.h"
+#include "base/text.h"
 
 #include <Poco/Exception.h>
 #include <Poco/Path.h>
 
 #include <unistd.h>
+
+#include <cerrno>
 
 namespace quendal {
 
@@ -26,10 +31,13 @@ bool saveTemporaryData(const std::string& path, std::span<const std::byte> data)
 }
 
 TemporaryDataRemover::~TemporaryDataRemover() {
-  if (!path_.empty()) {
-    ::unlink(path_.c_str());
-    path_.clear();
+  if (path_.empty()) {
+    return;
   }
+  if (retryInterrupted([this] { return ::unlink(path_.c_str()); }) != 0 && errno != ENOENT) {
+    console::line("temporary file not removed:" + withReason(path_, errno));
+  }
+  path_.clear();
 }
 
 }  // namespace quendal

@@ -13,7 +13,7 @@ namespace quendal {
 /// False when the file cannot be created or written whole; nothing of ours is then left at `path`.
 bool saveTemporaryData(const std::string& path, std::span<const std::byte> data);
 
-/// Takes a temporary file away at the end of the scope, whatever happens in it.
+/// Takes a temporary file away at the end of the scope, whatever happens in it; says so if it cannot.
 class TemporaryDataRemover {
  public:
   /// `path` is looked at only then: it may be empty and filled later, and is emptied.

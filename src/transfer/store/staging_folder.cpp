@@ -1,11 +1,10 @@
 #include "transfer/store/staging_folder.h"
 
 #include "base/console.h"
-#include "base/descriptor_guard.h"
+#include "base/descriptor.h"
 #include "base/fenced_file.h"
 #include "base/text.h"
 
-#include <Poco/Error.h>
 #include <Poco/Exception.h>
 
 #include <fcntl.h>
@@ -31,10 +30,6 @@ constexpr mode_t kJournalMode = 0600;
 
 std::string pathOf(const std::string& target) {
   return target + "/" + kStagingFolder;
-}
-
-std::string withReason(const std::string& path, int error) {
-  return path + ": " + Poco::Error::getMessage(error);
 }
 
 int openStagingFolder(const std::string& target) {
@@ -64,7 +59,7 @@ void sync(int descriptor, const std::string& path) {
 }
 
 void syncFolder(const std::string& path) {
-  const DescriptorGuard folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const Descriptor folder(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   sync(folder.get(), path);
 }
 
@@ -86,7 +81,7 @@ void check(int stagingFolder, const std::string& target, const std::vector<Stage
 // Whole and on the disk before it has its name, so that there is a complete journal or none.
 void writeJournal(int stagingFolder, const std::string& target, const std::vector<StagedFile>& files) {
   const std::string path = pathOf(target) + "/" + kNewJournal;
-  const DescriptorGuard journal(
+  const Descriptor journal(
       ::openat(stagingFolder, kNewJournal, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC, kJournalMode));
   if (journal.get() < 0) {
     throw Poco::CreateFileException(withReason(path, errno));
@@ -109,7 +104,7 @@ void writeJournal(int stagingFolder, const std::string& target, const std::vecto
 // Renames one file into place, through the fence, unless that has been done already; returns its place's folder.
 std::string placeFile(int stagingFolder, const std::string& target, const StagedFile& file) {
   const FencedPath place = resolveInside(target, file.name);
-  const DescriptorGuard folder(::open(place.folder.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+  const Descriptor folder(::open(place.folder.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
   if (isCollected(stagingFolder, file.number) &&
       ::renameat(stagingFolder, std::to_string(file.number).c_str(), folder.get(), place.leaf.c_str()) != 0) {
     throw Poco::FileException(withReason(target + "/" + file.name, errno));
@@ -180,7 +175,7 @@ void createStagingFolder(const std::string& target) {
 }
 
 void putStagedIntoPlace(const std::string& target, const std::vector<StagedFile>& files) {
-  const DescriptorGuard stagingFolder(openStagingFolder(target));
+  const Descriptor stagingFolder(openStagingFolder(target));
   if (stagingFolder.get() < 0) {
     throw Poco::OpenFileException(withReason(pathOf(target), errno));
   }
@@ -192,7 +187,7 @@ void putStagedIntoPlace(const std::string& target, const std::vector<StagedFile>
 // A journal that came back behind a power cut would put old files over newer ones.
 void removeStagingFolder(const std::string& target) {
   {
-    const DescriptorGuard stagingFolder(openStagingFolder(target));
+    const Descriptor stagingFolder(openStagingFolder(target));
     if (stagingFolder.get() >= 0 && ::unlinkat(stagingFolder.get(), kJournal, 0) == 0) {
       ::fsync(stagingFolder.get());
     }
@@ -202,7 +197,7 @@ void removeStagingFolder(const std::string& target) {
 }
 
 void recoverStaging(const std::string& target) {
-  const DescriptorGuard stagingFolder(openStagingFolder(target));
+  const Descriptor stagingFolder(openStagingFolder(target));
   if (stagingFolder.get() < 0) {
     return;
   }

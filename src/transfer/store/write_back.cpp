@@ -1,7 +1,7 @@
 #include "transfer/store/write_back.h"
 
 #include "base/console.h"
-#include "base/descriptor_guard.h"
+#include "base/descriptor.h"
 #include "base/platform.h"
 
 #include <Poco/Error.h>
@@ -44,7 +44,7 @@ int openFolder(const std::string& folder) {
 // What to ask the disk of `file` by; -1 with errno. The folder is better than the file itself, which would hold
 // its space after it has been replaced. But it may not be readable, or something else be mounted on it by now.
 int openForSync(int file, const std::string& folder) {
-  DescriptorGuard descriptor(openFolder(folder));
+  Descriptor descriptor(openFolder(folder));
   if (descriptor.get() >= 0 && deviceOf(descriptor.get()) == deviceOf(file)) {
     return descriptor.release();
   }
@@ -104,7 +104,7 @@ void WriteBack::Writing::intoFile(int descriptor, const std::string& path) const
 }
 
 void WriteBack::Writing::intoFolder(const std::string& folder) const {
-  const DescriptorGuard opened(openFolder(folder));
+  const Descriptor opened(openFolder(folder));
   if (opened.get() < 0) {
     const int error = errno;
     const std::scoped_lock lock(writeBack_.state_->mutex);

@@ -1,5 +1,6 @@
 #include "multicast/temporary_data.h"
 
+#include "support/error_stream_capture.h"
 #include "support/packet_builder.h"
 #include "support/temporary_folder.h"
 
@@ -101,15 +102,25 @@ TEST(TemporaryDataRemover, RemovesWhatThePathSaysAtTheEnd) {
   EXPECT_FALSE(fs::exists(folder.path() + "/file"));
 }
 
-TEST(TemporaryDataRemover, MissingFileAndDirectoryAreNoError) {
+TEST(TemporaryDataRemover, MissingFileIsNoError) {
   const TemporaryFolder folder;
-  for (const std::string& start : {folder.path() + "/missing", folder.path()}) {
-    std::string path = start;
-    { const TemporaryDataRemover remover(path); }
+  const ErrorStreamCapture capture;
+  std::string path = folder.path() + "/missing";
+  { const TemporaryDataRemover remover(path); }
 
-    EXPECT_EQ(path, "");
-  }
+  EXPECT_EQ(path, "");
+  EXPECT_EQ(capture.text(), "");
+}
+
+TEST(TemporaryDataRemover, WhatCannotBeRemovedStaysAndIsReported) {
+  const TemporaryFolder folder;
+  const ErrorStreamCapture capture;
+  std::string path = folder.path();
+  { const TemporaryDataRemover remover(path); }
+
+  EXPECT_EQ(path, "");
   EXPECT_TRUE(fs::is_directory(folder.path()));
+  EXPECT_EQ(capture.text(), "\ntemporary file not removed:" + folder.path() + ": Is a directory");
 }
 
 }  // namespace
