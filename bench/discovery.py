@@ -17,10 +17,10 @@ import time
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(ROOT / "tools"))
 
-from quendal_tools.board import console  # noqa: E402
-from quendal_tools.protocol.discovery import Discovery, Replied  # noqa: E402
-from quendal_tools.sandbox.board import Board  # noqa: E402
-from quendal_tools.sandbox.fleet import Fleet  # noqa: E402
+from quendal_tools.board import console
+from quendal_tools.protocol.discovery import Discovery, Replied
+from quendal_tools.sandbox.board import Board
+from quendal_tools.sandbox.fleet import Fleet
 
 # A display replies once in 6 whole seconds, and the first time 6 seconds after its start.
 SECONDS_BETWEEN_REPLIES = 6.1

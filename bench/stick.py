@@ -21,13 +21,13 @@ import tempfile
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(ROOT / "tools"))
 
-from quendal_tools.board import stick_console  # noqa: E402
-from quendal_tools.board.layout import TARGET  # noqa: E402
-from quendal_tools.configuration.example import LIST_NAME, NUMBERS  # noqa: E402
-from quendal_tools.emulator.board import EmulatedBoard  # noqa: E402
-from quendal_tools.protocol.control_files import STOP_MARKER  # noqa: E402
-from quendal_tools.stick import media  # noqa: E402
-from quendal_tools.stick.image import StickImage  # noqa: E402
+from quendal_tools.board import stick_console
+from quendal_tools.board.layout import TARGET
+from quendal_tools.configuration.example import LIST_NAME, NUMBERS
+from quendal_tools.emulator.board import EmulatedBoard
+from quendal_tools.protocol.control_files import STOP_MARKER
+from quendal_tools.stick import media
+from quendal_tools.stick.image import StickImage
 
 FOLDER = f"KVCFG/{NUMBERS}"
 MOUNTED = f"/data/home/sda1/{FOLDER}"

@@ -26,13 +26,14 @@ import time
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(ROOT / "tools"))
 
-from quendal_tools.protocol import packet  # noqa: E402
-from quendal_tools.sandbox import kernel  # noqa: E402
-from quendal_tools.board.layout import TARGET  # noqa: E402
-from quendal_tools.sandbox.board import Board  # noqa: E402
-from quendal_tools.protocol.sending import Transmitter  # noqa: E402
+from quendal_tools.board import console
+from quendal_tools.board.layout import TARGET
+from quendal_tools.configuration.example import DATA_PORT
+from quendal_tools.protocol import packet
+from quendal_tools.protocol.sending import Transmitter
+from quendal_tools.sandbox import kernel
+from quendal_tools.sandbox.board import Board
 
-DATA_PORT = 50200
 IMAGE_MEBIBYTES = 4096
 PATIENCE = 120
 # The service waits so long between the stop marker and RXCOMPLETE, whatever it does meanwhile.
@@ -77,7 +78,7 @@ class Contestant:
         self._target = self._board.path(TARGET)
         self._display = self._board.display()
         service = self._board.start_service(binary, env=self._display.env)
-        service.wait_for("data sock OK!", timeout=PATIENCE)
+        service.wait_for(console.OPEN, timeout=PATIENCE)
         self._transmitter = stack.enter_context(Transmitter(lambda: self._board.pc.connect(DATA_PORT)))
         self._runs = 0
 
@@ -144,7 +145,7 @@ def mount_image(image, place):
 
 def compare(case, contestants, rounds):
     """Runs a case; the order changes from round to round, so that what the machine does beside it is shared out."""
-    times = {contestant.name: [] for contestant in contestants}
+    times: dict[str, list[Times]] = {contestant.name: [] for contestant in contestants}
     for number in range(rounds):
         for contestant in contestants[::-1] if number % 2 else contestants:
             times[contestant.name].append(contestant.run(case))
@@ -184,7 +185,7 @@ def main():
 
     binaries = given.binary or [named_binary(f"service={ROOT / 'build/release/Quendal_L'}")]
     with ext4_directory() as directory, contextlib.ExitStack() as stack:
-        contestants = [Contestant(stack, *binary, directory) for binary in binaries]
+        contestants = [Contestant(stack, name, path, mode, directory) for name, path, mode in binaries]
         for case in CASES:
             compare(case, contestants, given.rounds)
 

@@ -20,11 +20,11 @@ import time
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(ROOT / "tools"))
 
-from quendal_tools.board import console  # noqa: E402
-from quendal_tools.board.layout import BIN, TARGET  # noqa: E402
-from quendal_tools.configuration.example import DATA_PORT  # noqa: E402
-from quendal_tools.protocol import packet  # noqa: E402
-from quendal_tools.sandbox.board import Board  # noqa: E402
+from quendal_tools.board import console
+from quendal_tools.board.layout import BIN, TARGET
+from quendal_tools.configuration.example import DATA_PORT
+from quendal_tools.protocol import packet
+from quendal_tools.sandbox.board import Board
 
 SINK_PORT = 50300
 PIECE = bytes(range(256)) * 4096  # 1 MiB

@@ -25,10 +25,10 @@ import time
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 sys.path.insert(0, str(ROOT / "tools"))
 
-from quendal_tools.board.layout import BIN  # noqa: E402
-from quendal_tools.board.waiting import wait_until  # noqa: E402
-from quendal_tools.configuration.example import VIDEO_GROUP  # noqa: E402
-from quendal_tools.sandbox.board import Board  # noqa: E402
+from quendal_tools.board.layout import BIN
+from quendal_tools.board.waiting import wait_until
+from quendal_tools.configuration.example import VIDEO_GROUP
+from quendal_tools.sandbox.board import Board
 
 FILTER = f"(ip multicast) and (dst {VIDEO_GROUP})"
 DATAGRAM = 1316

@@ -12,10 +12,10 @@ import pytest
 
 pytest.register_assert_rewrite("support")
 
-from quendal_tools.sandbox.board import Board  # noqa: E402
-from quendal_tools.sandbox.pc import SandboxUnavailable  # noqa: E402
-from support import fence, multicast  # noqa: E402
-from support.rig import Rig  # noqa: E402
+from quendal_tools.sandbox.board import Board
+from quendal_tools.sandbox.pc import SandboxUnavailable
+from support import fence, multicast
+from support.rig import Rig
 
 STOP_SECONDS = 30
 

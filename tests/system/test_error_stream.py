@@ -53,7 +53,7 @@ def test_reader_that_comes_back_is_told_how_much_it_has_missed_and_hears_the_res
 
     told = re.match(NOTICE, text.strip(b"\0").decode())
     # At the least: banner, directories, reports, the tasks' first words and the file.
-    assert int(told.group(1)) > 15
+    assert told and int(told.group(1)) > 15
     service.assert_receives("heard.bin", PAYLOAD)
     service.assert_stops()
     text = service.stream.read().decode()

@@ -4,9 +4,11 @@ import time
 
 import pytest
 
-from quendal_tools.protocol import packet
 from quendal_tools.board import console
-from support.rig import PORT, peer_of
+from quendal_tools.configuration.example import DATA_PORT
+from quendal_tools.protocol import packet
+from support.interleaving import is_interleaving
+from support.rig import peer_of
 
 PULLED_SECONDS = 4
 # Noticed within 3 s, 6 s until the pause, half a second for the read, 5 s for the display's release, then 3 s to
@@ -44,7 +46,7 @@ def test_cable_away_for_four_seconds_in_the_middle_of_a_file_costs_seconds_and_n
         rig.assert_good_transfer()
 
         assert time.monotonic() - began < BACK_SECONDS
-    assert console.is_interleaving(
+    assert is_interleaving(
         rig.text_since(mark).partition(console.disconnected(peer))[0].replace("[1]", ""),
         [console.connected(peer), console.file_named("half.bin"),
          console.exception("DataRxFileElement<pos:3>::", ABANDONED), console.failed(1537)],
@@ -67,4 +69,4 @@ def test_cable_pulled_in_a_header_has_the_port_closed_within_two_seconds_of_the_
 
         assert time.monotonic() - asked < 2
     assert console.exception("DataProcHeader<pos:0>:", ABANDONED) in rig.text_since(mark)
-    assert f":{PORT}" not in rig.board.run(["ss", "-tlnH"], check=True).stdout
+    assert f":{DATA_PORT}" not in rig.board.run(["ss", "-tlnH"], check=True).stdout

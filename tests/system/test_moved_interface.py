@@ -5,8 +5,9 @@ import time
 
 import pytest
 
+from quendal_tools.board import console
 from quendal_tools.board.waiting import wait_until
-from quendal_tools.board import console, moved, multicast
+from support import moved, multicast
 from support.multicast import Transmitter
 from support.rig import LINK_UP_SECONDS
 
@@ -49,7 +50,7 @@ def test_new_address_is_told_within_a_cycle_and_joined_by_and_a_relaunch_keeps_i
 
     multicast.await_resumed(rig, mark)
     assert rig.text_since(mark) == moved.line(OTHER)
-    assert rig.multicast_since(mark) == console.MULTICAST_CLOSING + console.multicast_opening()
+    assert rig.multicast_since(mark) == console.MULTICAST_PAUSED + console.MULTICAST_OPENED
     assert_heard_and_heard_of(rig)
     moved.relaunch(rig, quendal)
     assert "Exception" not in rig.service.stderr_text()[mark:]

@@ -5,10 +5,10 @@ import zlib
 
 import pytest
 
-from quendal_tools import packet
-from quendal_tools.board_files import TARGET
-from quendal_tools.namespace import wait_until
-from support import console
+from quendal_tools.board import console
+from quendal_tools.board.layout import TARGET
+from quendal_tools.board.waiting import wait_until
+from quendal_tools.protocol import packet
 from support.rig import peer_of
 
 STAGED = {"storeMode": "staged"}

@@ -14,7 +14,7 @@ SET_GONE = Case("semop", 1, "service", 1, "EIDRM", False, "here")
 EVENTS = ["NETW_UP", "START2RX", "RXCOMPLETE", "START2RX", "RXCOMPLETE"]
 USUAL = {"", "usual"}
 
-GOOD = Seen(made=1, status=0, attempts=[True, True], transfers=2, answers=2, events=EVENTS, cpu=0.1, text="usual\n")
+GOOD = Seen(made=1, status=0, attempts=[True, True], transfers=2, replies=2, events=EVENTS, cpu=0.1, text="usual\n")
 
 
 def wrong_with(case, **changes):
@@ -29,7 +29,7 @@ def test_a_run_in_which_nothing_is_missing_is_good(case):
 
 @pytest.mark.parametrize(("changes", "wrong"), [
     ({"transfers": 1}, "deaf: transfer 2 did not arrive in 60 s"),
-    ({"answers": 0}, "deaf: alive request 1 was not answered in 60 s"),
+    ({"replies": 0}, "deaf: alive request 1 got no reply in 60 s"),
     ({"cpu": 3.0}, "spins: 3.0 s of processor time"),
     ({"status": None}, "hangs: SIGTERM did not end it in 30 s"),
     ({"status": -6}, "stopped: killed by signal 6"),

@@ -45,10 +45,11 @@ def all_cases(counted, symbols):
     counted  the sites of each counting run
     A run is a little different each time, so "last" is the last one that came in all of them.
     """
+    by_hash = [{site.hash: site for site in run} for run in counted]
     cases = []
     for site in counted[0]:
-        runs = [{other.hash: other for other in run}.get(site.hash) for run in counted]
-        if None in runs:
+        runs = [run[site.hash] for run in by_hash if site.hash in run]
+        if len(runs) < len(counted):
             continue
         place = symbols.title(site.frames)
         for index, phase in enumerate(PHASES):
@@ -73,7 +74,7 @@ def sample(cases, count):
 
 def short_form(cases):
     """For each call in each phase the first and the last place by name: the first call there, the first error."""
-    chosen = {}
+    chosen: dict[tuple[str, str], tuple[Case, Case]] = {}
     for case in sorted(cases, key=_order):
         if case.number == 1 and case.error == errors.errors_of(case.call)[0]:
             first, _ = chosen.get((case.call, case.phase), (case, case))

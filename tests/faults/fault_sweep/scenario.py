@@ -10,16 +10,17 @@ import random
 import subprocess
 import time
 
-from quendal_tools.protocol import packet
 from quendal_tools.board.layout import TARGET
 from quendal_tools.board.waiting import wait_until
-from quendal_tools.sandbox.board import Board
+from quendal_tools.configuration.example import DATA_PORT, VIDEO_GROUP
+from quendal_tools.protocol import packet
 from quendal_tools.protocol.control_files import LIST_FILE, STOP_MARKER, list_text
-from support import multicast
-from support.rig import PORT, has_ended
-
+from quendal_tools.sandbox.board import Board
 from fault_sweep import cases, record
-from fault_sweep.verdict import ANSWERS, DEAF_SECONDS, OWN_SECONDS, STOP_SECONDS, TRANSFERS, Seen
+from fault_sweep.verdict import REPLIES, DEAF_SECONDS, OWN_SECONDS, STOP_SECONDS, TRANSFERS, Seen
+from support import multicast
+from support.rig import has_ended
+
 
 LIBRARY = "/opt/faults/preload.so"
 RECORD = "/opt/faults/record"
@@ -27,7 +28,7 @@ HOST_NAME = "transmitter.example"
 
 # The video watch is on, so that its capture is a part of it. The socket is not opened afresh at an hour of the day
 # (but for the first of it), so that each run is like the other.
-_INI = {"videoMcIp": "239.255.77.2", "mcRstHrFactor": 24}
+_INI = {"videoMcIp": VIDEO_GROUP, "mcRstHrFactor": 24}
 _ATTEMPT_SECONDS = 20
 # When a connection has ended the service opens its port afresh, and drops those that were opened meanwhile.
 _REOPEN_SECONDS = 1.5
@@ -82,10 +83,10 @@ class Scenario:
 
     def _ask_all(self):
         with multicast.Transmitter(self._board.pc) as transmitter:
-            for number, server in zip(range(ANSWERS), (HOST_NAME, self._board.pc.address)):
+            for number, server in zip(range(REPLIES), (HOST_NAME, self._board.pc.address)):
                 if not self._try_for_long(lambda: self._ask(transmitter, number, server)):
                     return
-                self.seen.answers += 1
+                self.seen.replies += 1
                 # Else it would be asked again and again, by its own last datagram.
                 transmitter.send(packet.status_packet())
 
@@ -103,7 +104,7 @@ class Scenario:
                  for index, size in enumerate(_SIZES)}
         files = {LIST_FILE: list_text(files), **files, STOP_MARKER: b""}
         try:
-            connection = self._board.pc.connect(PORT, timeout=_QUIET_SECONDS)
+            connection = self._board.pc.connect(DATA_PORT, timeout=_QUIET_SECONDS)
         except OSError:
             time.sleep(0.2)
             return False
@@ -131,14 +132,14 @@ class Scenario:
             return False
 
     def _ask(self, transmitter, number, server):
-        """One request; was it answered in its second? An answer to an earlier one does not count."""
+        """One request; did its reply come in its second? A reply to an earlier one does not count."""
         words = (number, time.monotonic_ns() & 0xFFFFFFFF)
-        expected = multicast.answer_bytes(self._board, words=words)
+        expected = multicast.reply_bytes(self._board, words=words)
         entry = multicast.server_entry(transmitter.port, server)
         transmitter.send(multicast.request_packet(content=entry, words=words))
         while transmitter.has_connection(within=1):
             try:
-                if transmitter.take_answer(_QUIET_SECONDS)[0] == expected:
+                if transmitter.take_reply(_QUIET_SECONDS)[0] == expected:
                     return True
             except OSError:
                 return False
@@ -180,7 +181,7 @@ class Scenario:
     def _strays(self):
         """Processes on the board that are neither the display nor the board's own."""
         return [f"process {name}" for pid, name in _children_of(self._board.pid).items()
-                if pid != self._display.process.pid]
+                if pid != self._display.pid]
 
 
 def _await_none(look):

@@ -46,7 +46,7 @@ class Sweep:
         self._binary = binary
         self._library = library
         self._memory = memory
-        self._pool = concurrent.futures.ThreadPoolExecutor(jobs or RUNS_PER_CORE * os.cpu_count())
+        self._pool = concurrent.futures.ThreadPoolExecutor(jobs or RUNS_PER_CORE * (os.cpu_count() or 1))
         self._usual_lines = set()
         self.calls = 0
         self.sites = 0

@@ -45,7 +45,8 @@ class Symbols:
 def _table(path):
     """A module's functions: their addresses in order, and for each its name and where it ends."""
     known = {}
-    for options in (["--dynamic"], []):
+    tables: list[list[str]] = [["--dynamic"], []]
+    for options in tables:
         command = ["nm", "--demangle", "--defined-only", "--print-size", *options, path]
         for line in subprocess.run(command, capture_output=True, text=True).stdout.splitlines():
             if match := _FUNCTION.fullmatch(line):

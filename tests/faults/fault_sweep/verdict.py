@@ -6,7 +6,7 @@ import dataclasses
 from fault_sweep import errors
 
 DEAF_SECONDS = 60
-# What a transfer or an answer takes without a fault on a busy machine: the link's 3 s, the stop marker's 5 s and more.
+# What a transfer or a reply takes without a fault on a busy machine: the link's 3 s, the stop marker's 5 s and more.
 OWN_SECONDS = 15
 STOP_SECONDS = 30
 CPU_SECONDS = 2.0
@@ -24,7 +24,7 @@ class Seen:
     status           its exit status, minus the signal's number when killed; None: it had to be killed
     attempts         for each attempt at a transfer: did all of it arrive?
     transfers        how many transfers arrived, each within its time
-    answers          how many alive requests were answered, each within its time
+    replies          how many alive requests got their reply, each within its time
     events           the display's wake-ups
     left_running     files and children that were there when all was quiet
     left_behind      files and processes that were there after the end
@@ -38,7 +38,7 @@ class Seen:
     status: int | None = None
     attempts: list = dataclasses.field(default_factory=list)
     transfers: int = 0
-    answers: int = 0
+    replies: int = 0
     events: list = dataclasses.field(default_factory=list)
     left_running: list = dataclasses.field(default_factory=list)
     left_behind: list = dataclasses.field(default_factory=list)
@@ -48,7 +48,7 @@ class Seen:
 
 
 TRANSFERS = 2
-ANSWERS = 2
+REPLIES = 2
 
 
 def judge(case, seen, usual_lines):
@@ -88,8 +88,8 @@ def _judge_memory(seen, usual_lines):
 def _deafness(seen):
     if seen.transfers < TRANSFERS:
         yield f"deaf: transfer {seen.transfers + 1} did not arrive in {DEAF_SECONDS} s"
-    if seen.answers < ANSWERS:
-        yield f"deaf: alive request {seen.answers + 1} was not answered in {DEAF_SECONDS} s"
+    if seen.replies < REPLIES:
+        yield f"deaf: alive request {seen.replies + 1} got no reply in {DEAF_SECONDS} s"
 
 
 def _unrest(seen):

@@ -1,5 +1,7 @@
 """A board's disk that takes its time, or reports errors: see tests/system/preload/disk.cpp."""
 
+from quendal_tools.sandbox.board import Board
+
 CONTROL = "/run/disk"
 LIBRARY = "libquendal_test_disk.so"
 
@@ -7,9 +9,10 @@ LIBRARY = "libquendal_test_disk.so"
 class Disk:
     """Give its before_start and env to make_rig."""
 
+    _board: Board
+
     def __init__(self, quendal):
         self._library = quendal.with_name(LIBRARY)
-        self._board = None
 
     def before_start(self, board):
         self._board = board

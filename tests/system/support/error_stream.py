@@ -10,11 +10,11 @@ import termios
 import time
 import tty
 
-from quendal_tools.protocol import packet
 from quendal_tools.board.layout import BIN, TARGET
 from quendal_tools.board.waiting import wait_until
+from quendal_tools.configuration.example import DATA_PORT
+from quendal_tools.protocol import packet
 from support import multicast
-from support.rig import PORT
 
 NOTICE = r"\nError stream: (\d+) messages? dropped"
 LINK_UP_SECONDS = 40
@@ -114,7 +114,7 @@ class Heard:
         """A connection to the data port, as soon as it is open."""
         def connected():
             with contextlib.suppress(OSError):
-                return self.board.pc.connect(PORT)
+                return self.board.pc.connect(DATA_PORT)
 
         return wait_until(connected, LINK_UP_SECONDS, "the open port", interval=0.2)
 
@@ -132,9 +132,9 @@ class Heard:
             return self.board.path(f"{TARGET}/{name}").read_bytes()
 
     def assert_replies(self):
-        """An alive request is answered."""
+        """An alive request gets its reply."""
         with multicast.Transmitter(self.board.pc) as transmitter:
-            multicast.assert_answers(self, transmitter, timeout=30)
+            multicast.assert_replies(self, transmitter, timeout=30)
 
     def assert_stops(self):
         self.process.terminate()

@@ -8,7 +8,9 @@ from quendal_tools.board.waiting import wait_until
 
 
 class Stoppable(Protocol):
-    """The process of a display program."""
+    """The process of a display program; pid is its number as the host sees it."""
+
+    pid: int
 
     def terminate(self) -> None:
         """Asks it to end."""
@@ -48,6 +50,10 @@ class DisplayWatch:
             return found if len(found) >= count else None
 
         return wait_until(times, timeout, f"wake-up {count} by {name}")[count - 1]
+
+    @property
+    def pid(self) -> int | None:
+        return self.process.pid if self.process else None
 
     def stop(self) -> None:
         """Ends the display, which removes its semaphores."""

@@ -19,6 +19,7 @@ import subprocess
 import tempfile
 import time
 from collections.abc import Mapping
+from typing import Self
 
 from quendal_tools.board.display_watch import DisplayWatch
 from quendal_tools.board.layout import BIN, MAKER_WORK, TARGET, example_configuration
@@ -86,7 +87,7 @@ class EmulatedBoard:
             raise
         self.boot_seconds = time.monotonic() - started
 
-    def __enter__(self) -> "EmulatedBoard":
+    def __enter__(self) -> Self:
         return self
 
     def __exit__(self, *_: object) -> None:

@@ -9,6 +9,9 @@ import pathlib
 import socket
 import struct
 import threading
+from typing import BinaryIO
+
+from quendal_tools.power_cuts.volatile_disk import VolatileDisk
 
 _GREETING = struct.Struct(">8sQQI124x")  # the old form of the handshake: one message, without an answer
 _REQUEST = struct.Struct(">IHHQQI")
@@ -22,12 +25,12 @@ _READ, _WRITE, _DISCONNECT, _FLUSH = range(4)
 class NbdServer:
     """The cable between a disk and its machine; when the power is cut, it is so for both."""
 
-    def __init__(self, disk, path):
-        self.path = pathlib.Path(path)
+    def __init__(self, disk: VolatileDisk, path: pathlib.Path) -> None:
+        self.path = path
         self.writes = 0
         self.off = threading.Event()
         self._disk = disk
-        self._last_write = None
+        self._last_write: int | None = None
         self._one_at_a_time = threading.Lock()
         self._listener = socket.socket(socket.AF_UNIX)
         self._listener.bind(str(path))
@@ -35,7 +38,7 @@ class NbdServer:
         self._thread = threading.Thread(target=self._serve, daemon=True)
         self._thread.start()
 
-    def close(self):
+    def close(self) -> None:
         """Ends the service, once its machine is switched off; the disk stays open."""
         with contextlib.suppress(OSError):
             self._listener.shutdown(socket.SHUT_RDWR)
@@ -43,17 +46,17 @@ class NbdServer:
         self._listener.close()
         self.path.unlink(missing_ok=True)
 
-    def cut(self):
+    def cut(self) -> None:
         """The power goes now: no request is carried out or answered any more."""
         with self._one_at_a_time:
             self.off.set()
 
-    def cut_at_write(self, count):
+    def cut_at_write(self, count: int) -> None:
         """The power will go with the write that is count writes from now, which is not carried out any more."""
         with self._one_at_a_time:
             self._last_write = self.writes + count
 
-    def _serve(self):
+    def _serve(self) -> None:
         try:
             connection, _ = self._listener.accept()
         except OSError:
@@ -64,7 +67,7 @@ class NbdServer:
             while self._serve_one(connection, requests):
                 pass
 
-    def _serve_one(self, connection, requests):
+    def _serve_one(self, connection: socket.socket, requests: BinaryIO) -> bool:
         """Whether another request may follow; one that finds no power any more stays without an answer."""
         head = requests.read(_REQUEST.size)
         if len(head) < _REQUEST.size:
@@ -79,7 +82,7 @@ class NbdServer:
             connection.sendall(_REPLY.pack(_REPLY_MAGIC, 0, handle) + answer)
         return True
 
-    def _carry_out(self, kind, offset, length, data):
+    def _carry_out(self, kind: int, offset: int, length: int, data: bytes) -> bytes | None:
         """What follows the reply's head, or None without power."""
         if kind == _WRITE:
             self.writes += 1

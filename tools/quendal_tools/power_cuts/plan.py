@@ -1,7 +1,9 @@
 """When the power goes, and what must be found afterwards. Pure."""
 
 import dataclasses
+import math
 import random
+from collections.abc import Mapping
 
 from quendal_tools.protocol.control_files import STOP_MARKER
 
@@ -31,7 +33,7 @@ class Course:
     late_writes: int
 
     @property
-    def end(self):
+    def end(self) -> float:
         return self.seconds + self.seconds_afterwards
 
 
@@ -45,16 +47,16 @@ class Cut:
     number: int
     kind: str
     amount: float
-    limit: float = None
+    limit: float = math.inf
 
-    def __str__(self):
+    def __str__(self) -> str:
         return f"{self.kind}, {self.amount}" if self.counts_writes else f"{self.kind}, {self.amount:.3f} s"
 
     @property
-    def counts_writes(self):
+    def counts_writes(self) -> bool:
         return self.kind in (WRITE, LATE_WRITE)
 
-    def is_due(self, since_start, since_completed):
+    def is_due(self, since_start: float, since_completed: float | None) -> bool:
         """By the clock, in seconds; since_completed is None as long as RXCOMPLETE has not come."""
         if self.counts_writes:
             return since_start >= self.limit
@@ -62,12 +64,12 @@ class Cut:
         return elapsed is not None and elapsed >= self.amount
 
 
-def chance_of(seed, number):
+def chance_of(seed: int, number: int) -> random.Random:
     """Everything that is left to chance in one cut, whichever boards run beside it."""
     return random.Random(f"{seed} cut {number}")
 
 
-def make_cut(number, mode, course, chance):
+def make_cut(number: int, mode: str, course: Course, chance: random.Random) -> Cut:
     """Moments are fair to the clock, and writes to what the disk goes through in a short time."""
     kind = KINDS[mode][number % len(KINDS[mode])]
     if kind == MOMENT:
@@ -78,7 +80,7 @@ def make_cut(number, mode, course, chance):
     return Cut(number, kind, chance.randint(1, max(writes, 1)), course.end)
 
 
-def holds(mode, completed, states):
+def holds(mode: str, completed: bool, states: Mapping[str, int]) -> bool | None:
     """Is what was found (a count for each state) what the mode promises? None when it promises nothing for this cut.
 
     completed: the cut came after RXCOMPLETE

@@ -6,6 +6,7 @@ import subprocess
 import tempfile
 
 from quendal_tools.board.layout import TARGET
+from quendal_tools.power_cuts.payload import Payload
 from quendal_tools.power_cuts.plan import ENDS
 from quendal_tools.protocol.control_files import LIST_FILE
 
@@ -16,15 +17,15 @@ _TARGET_ON_DISK = TARGET.removeprefix("/data")  # the disk is mounted at /data
 class Remains:
     """The files of the transfer by state, {state: count}, and the names of whatever lies beside them."""
 
-    states: dict
-    strays: tuple
+    states: dict[str, int]
+    strays: tuple[str, ...]
 
-    def __str__(self):
+    def __str__(self) -> str:
         files = ", ".join(f"{count} {state}" for state, count in self.states.items())
         return files + (f"; beside them {' '.join(self.strays)}" if self.strays else "")
 
 
-def look(image, payload):
+def look(image: pathlib.Path, payload: Payload) -> Remains:
     """The remains on an image that is not mounted. OSError when the file system itself is damaged.
 
     That would be the fault of the disk or the kernel, and say nothing about the service.

@@ -8,14 +8,18 @@ is judged when a board has started with it, which goes on from "booted".
 import contextlib
 import dataclasses
 import pathlib
+import random
 import shutil
 import subprocess
 import time
+from collections.abc import Iterator
 
-from quendal_tools.emulator.board import EmulatorUnavailable
+from quendal_tools.board import console
 from quendal_tools.board.waiting import wait_until
+from quendal_tools.emulator.board import EmulatorUnavailable
 from quendal_tools.power_cuts import plan
 from quendal_tools.power_cuts.disk_board import DiskBoard, make_file_system
+from quendal_tools.power_cuts.payload import Payload
 from quendal_tools.power_cuts.remains import Remains, look
 from quendal_tools.power_cuts.restart import DISK, MOUNT, PATIENCE, on_board, restart, restart_with_cut
 from quendal_tools.power_cuts.transfer import Transfer, send
@@ -26,7 +30,6 @@ _MEBIBYTES = 1024
 # All that is below /data moves to the disk, and so does the temporary directory, with the service's Dest.
 _MOVE_IN = ("mkdir /mnt && mount /dev/vda /mnt && "
             f"cp -a {DISK}/. /mnt && mkdir -m 1777 /mnt/tmp && umount /mnt && {MOUNT}")
-_LISTENING = "data sock OK!"
 _POLL_SECONDS = 0.005
 _PROGRAMS = ("mkfs.ext4", "e2fsck", "debugfs")
 
@@ -37,20 +40,20 @@ class Outcome:
 
     cut: plan.Cut
     since_start: float
-    since_completed: float  # None: the cut came before RXCOMPLETE
+    since_completed: float | None  # None: the cut came before RXCOMPLETE
     unflushed: int  # writes that the disk had not flushed, and how many of them have not arrived whole
     lost: int
     remains: Remains
-    remains_cut_again: Remains  # when the start that followed was cut, too; None: it was not
+    remains_cut_again: Remains | None  # when the start that followed was cut, too; None: it was not
 
-    def verdict(self, mode):
+    def verdict(self, mode: str) -> bool | None:
         """Is what the mode promises kept? None when it promises nothing for this cut."""
         verdicts = [plan.holds(mode, self.since_completed is not None, remains.states)
                     for remains in (self.remains, self.remains_cut_again) if remains]
         return None if None in verdicts else all(verdicts)
 
 
-def _check_programs():
+def _check_programs() -> None:
     missing = [program for program in _PROGRAMS if not shutil.which(program)]
     if missing:
         raise EmulatorUnavailable(f"The disk needs {', '.join(missing)}, of the package e2fsprogs.")
@@ -65,7 +68,8 @@ class PowerCutRig:
     end                 what ends a transfer that is cut, of plan.ENDS
     """
 
-    def __init__(self, binary, mode, payload, directory, *, seconds_afterwards, end="stop"):
+    def __init__(self, binary: pathlib.Path, mode: str, payload: Payload, directory: str | pathlib.Path, *,
+                 seconds_afterwards: float, end: str = "stop") -> None:
         _check_programs()
         self._binary = binary
         self._mode = mode
@@ -78,7 +82,7 @@ class PowerCutRig:
             self._prepare(disk)
         self.course = self._rehearse(seconds_afterwards)
 
-    def cut(self, cut, chance):
+    def cut(self, cut: plan.Cut, chance: random.Random) -> Outcome:
         """Cuts the power as planned, and looks."""
         with self._copy_of(self._ready_image, f"cut-{cut.number}.img") as image:
             with VolatileDisk(image) as disk:
@@ -91,22 +95,22 @@ class PowerCutRig:
                     remains_cut_again = self._restart_twice(copy, chance.randint(1, writes), chance)
         return Outcome(cut, since_start, since_completed, unflushed, lost, remains, remains_cut_again)
 
-    def _prepare(self, disk):
+    def _prepare(self, disk: VolatileDisk) -> None:
         ini = {} if self._mode == plan.DIRECT else {"storeMode": self._mode}
         with DiskBoard(self._binary, disk, ini=ini) as board:
             self._booted = board.save(self._directory / "booted")
             board.resume()
             on_board(board, _MOVE_IN)
             service = board.start_service()
-            end = service.wait_for(_LISTENING, PATIENCE)
+            end = service.wait_for(console.OPEN, PATIENCE)
             with Transmitter(board.connect) as transmitter:
                 send(transmitter, self._payload.old)
                 wait_until(board.completed, PATIENCE, "RXCOMPLETE")
-            service.wait_for(_LISTENING, PATIENCE, after=end)
+            service.wait_for(console.OPEN, PATIENCE, after=end)
             on_board(board, "sync")
             self._ready = board.save(self._directory / "ready")
 
-    def _rehearse(self, seconds_afterwards):
+    def _rehearse(self, seconds_afterwards: float) -> plan.Course:
         """The course of a transfer whose files are brought to the disk in time; they must all be there."""
         with self._copy_of(self._ready_image, "rehearsal.img") as image:
             with VolatileDisk(image) as disk, DiskBoard(self._binary, disk, saved=self._ready) as board:
@@ -126,37 +130,37 @@ class PowerCutRig:
             raise OSError(f"even when the disk has all the time it needs, a transfer leaves {remains}")
         return plan.Course(seconds, seconds_afterwards, writes, writes - early_writes)
 
-    def _transfer(self, disk, cut):
+    def _transfer(self, disk: VolatileDisk, cut: plan.Cut) -> tuple[float, float | None]:
         """Sends the new files until the cut; returns how long after the start and after RXCOMPLETE it came."""
         with DiskBoard(self._binary, disk, saved=self._ready) as board:
             with Transfer(board, self._payload.new, self._end) as transfer:
                 awaits_end = cut.kind == plan.LATE_WRITE
                 if cut.kind == plan.WRITE:
-                    board.power.cut_at_write(cut.amount)
+                    board.power.cut_at_write(int(cut.amount))
                 while not board.power.off.is_set():
                     times = transfer.look()
                     if cut.is_due(*times):
                         board.power.cut()
                     elif awaits_end and transfer.ending:
-                        board.power.cut_at_write(cut.amount)
+                        board.power.cut_at_write(int(cut.amount))
                         awaits_end = False
                     time.sleep(_POLL_SECONDS)
                 # The board may run on, but it tells the display nothing that rests on what the disk does not do.
                 return transfer.look()
 
-    def _restart(self, image):
+    def _restart(self, image: pathlib.Path) -> tuple[Remains, int]:
         with VolatileDisk(image) as disk:
             writes = restart(self._binary, self._booted, disk)
         return look(image, self._payload), writes
 
-    def _restart_twice(self, image, last_write, chance):
+    def _restart_twice(self, image: pathlib.Path, last_write: int, chance: random.Random) -> Remains:
         with VolatileDisk(image) as disk:
             restart_with_cut(self._binary, self._booted, disk, last_write)
             disk.lose_power(chance)
         return self._restart(image)[0]
 
     @contextlib.contextmanager
-    def _copy_of(self, image, name):
+    def _copy_of(self, image: pathlib.Path, name: str) -> Iterator[pathlib.Path]:
         copy = self._directory / name
         subprocess.run(["cp", "--sparse=always", image, copy], check=True)
         try:

@@ -3,12 +3,14 @@
 import contextlib
 import threading
 import time
+from collections.abc import Mapping
 
+from quendal_tools.power_cuts.disk_board import DiskBoard
 from quendal_tools.protocol.control_files import STOP_MARKER
 from quendal_tools.protocol.sending import Transmitter
 
 
-def send(transmitter, files, end=STOP_MARKER):
+def send(transmitter: Transmitter, files: Mapping[str, bytes], end: str = STOP_MARKER) -> None:
     """Sends a transfer of files, {name: bytes}; end is the name of the file that ends it."""
     transmitter.begin(files)
     for name, data in files.items():
@@ -22,24 +24,24 @@ class Transfer:
     The connection stays open until then, as a transmitter's does that has more to send later.
     """
 
-    def __init__(self, board, files, end):
+    def __init__(self, board: DiskBoard, files: Mapping[str, bytes], end: str) -> None:
         self._board = board
         self._files = files
         self._end = end
         self._thread = threading.Thread(target=self._send)
-        self._completed = None
+        self._completed: float | None = None
         self.ending = False  # does the service know the name of the file that ends the transfer?
 
-    def __enter__(self):
+    def __enter__(self) -> "Transfer":
         self._begun = time.monotonic()
         self._thread.start()
         return self
 
-    def __exit__(self, *_):
+    def __exit__(self, *_: object) -> None:
         self._board.switch_off()
         self._thread.join()
 
-    def look(self):
+    def look(self) -> tuple[float, float | None]:
         """The seconds since the start and since RXCOMPLETE; these are None as long as it has not come."""
         now = time.monotonic()
         if not self.ending:
@@ -48,7 +50,7 @@ class Transfer:
             self._completed = now
         return now - self._begun, None if self._completed is None else now - self._completed
 
-    def _send(self):
+    def _send(self) -> None:
         with contextlib.suppress(ConnectionError), Transmitter(self._board.connect) as transmitter:
             transmitter.connection.settimeout(None)
             send(transmitter, self._files, self._end)

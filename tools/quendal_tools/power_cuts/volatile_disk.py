@@ -6,6 +6,8 @@ several sectors may have reached it in part: a sector is whole or untouched, not
 """
 
 import os
+import pathlib
+import random
 
 SECTOR = 512
 
@@ -13,28 +15,29 @@ SECTOR = 512
 class VolatileDisk:
     """A disk on an image file, which holds at any time what a read would give. Not for several threads."""
 
-    def __init__(self, path):
+    def __init__(self, path: str | pathlib.Path) -> None:
         self._descriptor = os.open(path, os.O_RDWR | os.O_CLOEXEC)
         self.size = os.fstat(self._descriptor).st_size
-        self._unflushed = []  # (offset, what was there, what was written), in the order of the writes
+        # (offset, what was there, what was written), in the order of the writes
+        self._unflushed: list[tuple[int, bytes, bytes]] = []
 
-    def __enter__(self):
+    def __enter__(self) -> "VolatileDisk":
         return self
 
-    def __exit__(self, *_):
+    def __exit__(self, *_: object) -> None:
         os.close(self._descriptor)
 
-    def read(self, offset, length):
+    def read(self, offset: int, length: int) -> bytes:
         return os.pread(self._descriptor, length, offset)
 
-    def write(self, offset, data):
+    def write(self, offset: int, data: bytes) -> None:
         self._unflushed.append((offset, self.read(offset, len(data)), data))
         os.pwrite(self._descriptor, data, offset)
 
-    def flush(self):
+    def flush(self) -> None:
         self._unflushed.clear()
 
-    def lose_power(self, chance):
+    def lose_power(self, chance: random.Random) -> tuple[int, int]:
         """Leaves on the image what the medium may hold, by the random.Random given.
 
         Returns how many writes were not flushed, and how many of them did not arrive whole.
@@ -51,7 +54,7 @@ class VolatileDisk:
         return count, lost
 
 
-def _surviving(data, survival, chance):
+def _surviving(data: bytes, survival: float, chance: random.Random) -> bytes:
     """The part of a write that has reached the medium: all, nothing, or its first sectors."""
     if chance.random() < survival:
         return data
