@@ -27,17 +27,17 @@ void logConnectionEvent(const std::string& text) {
 }  // namespace
 
 DataServiceHandler::DataServiceHandler(const Poco::Net::StreamSocket& accepted, DataReactor& dispatcher)
-    : socket_(accepted),
-      reactor_(dispatcher),
-      peer_(socket_.peerAddress().toString()),
-      reader_(socket_, {.stop = shared::dataStopReq, .pause = shared::dataPauseReq}) {
+    : socket(accepted),
+      reactor(dispatcher),
+      peer_(socket.peerAddress().toString()),
+      reader_(socket, {.stop = shared::dataStopReq, .pause = shared::dataPauseReq}) {
   logConnectionEvent("Connection from " + peer_);
   const ReadableObserver readable(*this, &DataServiceHandler::onReadable);
-  reactor_.addEventHandler(socket_, readable);
+  reactor.addEventHandler(socket, readable);
   try {
-    reactor_.addEventHandler(socket_, ShutdownObserver(*this, &DataServiceHandler::onShutdown));
+    reactor.addEventHandler(socket, ShutdownObserver(*this, &DataServiceHandler::onShutdown));
   } catch (...) {
-    reactor_.removeEventHandler(socket_, readable);
+    reactor.removeEventHandler(socket, readable);
     throw;
   }
 }
@@ -45,25 +45,25 @@ DataServiceHandler::DataServiceHandler(const Poco::Net::StreamSocket& accepted, 
 DataServiceHandler::~DataServiceHandler() {
   try {
     logConnectionEvent("Disconnecting " + peer_);
-    reactor_.removeEventHandler(socket_, ReadableObserver(*this, &DataServiceHandler::onReadable));
-    reactor_.removeEventHandler(socket_, ShutdownObserver(*this, &DataServiceHandler::onShutdown));
+    reactor.removeEventHandler(socket, ReadableObserver(*this, &DataServiceHandler::onReadable));
+    reactor.removeEventHandler(socket, ShutdownObserver(*this, &DataServiceHandler::onShutdown));
   } catch (const std::exception& failure) {
     console::failure("DataServiceHandler: Exception Met!", failure);
   }
 }
 
 void DataServiceHandler::onReadable(const Poco::AutoPtr<ReadableNotification>& /*notification*/) {
-  if (reactor_.isClosing()) {
+  if (reactor.isClosing()) {
     return;
   }
   const unsigned code = readPacket();
   if (code == 0) {
     return;
   }
-  reactor_.removeEventHandler(socket_, ReadableObserver(*this, &DataServiceHandler::onReadable));
+  reactor.removeEventHandler(socket, ReadableObserver(*this, &DataServiceHandler::onReadable));
   console::line("Data TCP port read err, Err RC:" + std::to_string(code));
   shared::dataReinitReq = true;
-  reactor_.awaitClose();
+  reactor.awaitClose();
 }
 
 void DataServiceHandler::onShutdown(const Poco::AutoPtr<ShutdownNotification>& /*notification*/) {

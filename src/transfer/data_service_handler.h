@@ -46,8 +46,8 @@ class DataServiceHandler {
   unsigned DataProcHeader();
   unsigned DataRxCmdStatus();
 
-  Poco::Net::StreamSocket socket_;
-  DataReactor& reactor_;
+  Poco::Net::StreamSocket socket;
+  DataReactor& reactor;
   std::string peer_;  // kept: a socket that was reset can no longer be asked
   PacketReader reader_;
   FileReception fileReception_{reader_};

@@ -182,8 +182,8 @@ bool FileReception::storeFileData(const std::string& directory, std::uint32_t da
 
 void FileReception::rebootIfAsked() {
   const std::string lower = asciiLowerCase(shared::dataRxRecord.fileName);
-  std::copy_n(lower.c_str(), lower.size() + 1, nameScratch_.begin());
-  if (!isRebootRequest(nameScratch_.data())) {
+  std::copy_n(lower.c_str(), lower.size() + 1, nameScratch.begin());
+  if (!isRebootRequest(nameScratch.data())) {
     return;
   }
   if (shared::staging.isOpen()) {

@@ -37,7 +37,7 @@ class FileReception {
 
   PacketReader& reader_;
   TransferEnd end_;
-  std::array<char, 1024> nameScratch_{};  // the received name in lower case
+  std::array<char, 1024> nameScratch{};  // the received name in lower case
 };
 
 }  // namespace quendal

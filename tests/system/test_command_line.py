@@ -3,6 +3,7 @@
 import pytest
 
 from quendal_tools.board.layout import APPLICATION
+from quendal_tools.configuration import places
 
 HELP = """\
 usage: Quendal_L OPTIONS
@@ -39,7 +40,7 @@ def test_help_goes_to_standard_output_and_ends_with_23_without_banner(answer, op
 
 @pytest.mark.parametrize("option", ["-v", "--version"])
 def test_version_goes_to_the_error_stream_and_ends_with_23_without_banner(answer, option):
-    assert answer(option) == (23, "", "\nQuendal_L version:1.6.0\n")
+    assert answer(option) == (23, "", f"\nQuendal_L version:{places.version()}\n")
 
 
 @pytest.mark.parametrize("option", ["-h", "-v"])

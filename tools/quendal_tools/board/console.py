@@ -2,9 +2,9 @@
 
 import re
 
-from quendal_tools.configuration import example
+from quendal_tools.configuration import example, places
 
-BANNER = "\nQuendal for Linux: V_1.6.0\n"
+BANNER = f"\nQuendal for Linux: V_{places.version()}\n"
 DEST_CREATED = "\nDest dir does not exist;creating...done!"
 WORK_CREATED = "\nWork dir does not exist;creating...done!"
 
