@@ -102,13 +102,17 @@ def _unrest(seen):
 
 
 def _wrong_events(case, seen):
-    """Each wake-up comes exactly once; after a failed attempt, or with the link lost meanwhile, at least once."""
-    if case is not None and case.call in ("semop", "semtimedop") and case.error == errors.SET_IS_GONE:
+    """Each wake-up comes, and exactly once when nothing but a post can have failed.
+
+    A failed store, or a link that was lost meanwhile, is told to the display as well.
+    """
+    is_post = case is not None and case.call in ("semop", "semtimedop")
+    if is_post and case.error == errors.SET_IS_GONE:
         return
     counts = collections.Counter(seen.events)
     whole = seen.attempts.count(True)
     wanted = {"NETW_UP": 1, "START2RX": whole, "RXCOMPLETE": max(whole, counts["START2RX"])}
-    exactly = all(seen.attempts) and "NETW_DN" not in counts
+    exactly = (is_post or case is None) and all(seen.attempts) and "NETW_DN" not in counts
     for name in _COUNTED_EVENTS:
         if counts[name] < wanted[name]:
             yield f"event lost: {name} came {counts[name]} times, not {wanted[name]}"
