@@ -7,6 +7,7 @@ import pytest
 from quendal_tools.board import console
 from quendal_tools.configuration.example import DATA_PORT
 from quendal_tools.protocol import packet
+from support import multicast
 from support.interleaving import is_interleaving
 from support.rig import peer_of
 
@@ -57,12 +58,13 @@ def test_cable_away_for_four_seconds_in_the_middle_of_a_file_costs_seconds_and_n
 
 @pytest.mark.long(40)
 def test_cable_pulled_in_a_header_has_the_port_closed_within_two_seconds_of_the_request(rig):
+    multicast.await_relaunched(rig)
     with rig.connect() as connection:
         connection.sendall(b"\x14\x00")
         rig.await_read(connection)
         mark = rig.service.mark()
         rig.board.cable(False)
-        rig.service.wait_for("McTask paused", timeout=20, after=mark)
+        rig.service.wait_for(console.MULTICAST_TASK_PAUSED, timeout=20, after=mark)
         asked = time.monotonic()
 
         rig.service.wait_for(console.CLOSED, timeout=20, after=mark)

@@ -8,7 +8,7 @@ import time
 
 from quendal_tools.board import console
 from quendal_tools.board.waiting import wait_until
-from quendal_tools.configuration.example import GATEWAY, GROUP, GROUP_PORT, NUMBERS
+from quendal_tools.configuration.example import GATEWAY, GROUP, GROUP_PORT, NUMBERS, RELAUNCH_HOURS
 from quendal_tools.protocol import alive, packet
 
 HEARTBEAT = bytes.fromhex("14000000 5CC50200 00000000 00000000 E88EA5A5 09000000 02000000 01")
@@ -31,6 +31,13 @@ def await_paused(rig, after):
 def await_resumed(rig, after=0):
     """Waits until the multicast socket is open; returns the offset behind the words that say so."""
     return rig.service.wait_for(console.MULTICAST_RESUMED, timeout=40, after=after)
+
+
+def await_relaunched(rig):
+    """At some full hours of the day the socket is opened anew after its first receive: waits for that, if so."""
+    opened = await_resumed(rig)
+    if time.gmtime().tm_hour % RELAUNCH_HOURS == 0:
+        await_resumed(rig, opened)
 
 
 def await_resumed_and_due(rig):

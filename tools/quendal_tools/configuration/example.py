@@ -15,6 +15,7 @@ _ADDRESS = _values("IPAddress.ini")
 
 GROUP = _SERVICE["tessane param.lcdmcastip"]
 GROUP_PORT = int(_SERVICE["tessane param.lcdmcastport"])
+RELAUNCH_HOURS = int(_SERVICE["tessane param.mcrsthrfactor"])
 DATA_PORT = int(_SERVICE["tessane param.lcddataport"])
 LIST_NAME = _SERVICE["tessane param.usbsourcelistfile"]
 INTERFACE = _SERVICE["ethernet.interface"]
