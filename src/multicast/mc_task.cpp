@@ -33,8 +33,11 @@ McSocketState openSocket() {
 void saveFileData(std::span<const std::byte> data) {
   std::string& path = shared::mcRxRecord.filePath;
   path = Poco::TemporaryFile::tempName();
-  if (!saveTemporaryData(path, data)) {
+  const TemporarySaving saving = saveTemporaryData(path, data);
+  if (saving == TemporarySaving::kNotOpened) {
     console::line("file open failed when saving Rx file element");
+  }
+  if (saving != TemporarySaving::kSaved) {
     path.clear();  // what stands there is not ours: neither to read nor to remove
   }
 }

@@ -14,7 +14,7 @@
 
 namespace quendal {
 
-bool saveTemporaryData(const std::string& path, std::span<const std::byte> data) {
+TemporarySaving saveTemporaryData(const std::string& path, std::span<const std::byte> data) {
   std::string unfinished;
   const TemporaryDataRemover remover(unfinished);
   try {
@@ -24,9 +24,11 @@ bool saveTemporaryData(const std::string& path, std::span<const std::byte> data)
     file.write(data);
     file.close();
     unfinished.clear();
-    return true;
+    return TemporarySaving::kSaved;
+  } catch (const Poco::WriteFileException&) {
+    return TemporarySaving::kNotWritten;
   } catch (const Poco::Exception&) {
-    return false;
+    return TemporarySaving::kNotOpened;
   }
 }
 

@@ -7,11 +7,16 @@
 
 namespace quendal {
 
+/// What saving has come to. Unless kSaved, nothing of ours is left at the path.
+enum class TemporarySaving {
+  kSaved,
+  kNotOpened,   // the file could not be created
+  kNotWritten,  // it could, but not hold all of the data
+};
+
 /// Writes `data` to a new file at `path`. Whatever stands there is removed first: the names of temporary
 /// files can be guessed, and a link planted under one must not lead the data elsewhere.
-///
-/// False when the file cannot be created or written whole; nothing of ours is then left at `path`.
-bool saveTemporaryData(const std::string& path, std::span<const std::byte> data);
+TemporarySaving saveTemporaryData(const std::string& path, std::span<const std::byte> data);
 
 /// Takes a temporary file away at the end of the scope, whatever happens in it; says so if it cannot.
 class TemporaryDataRemover {

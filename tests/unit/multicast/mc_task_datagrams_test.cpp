@@ -8,7 +8,9 @@
 #include "unit/multicast/mc_task_fixture.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <string>
 #include <thread>
@@ -78,7 +80,7 @@ TEST_F(McTaskTest, DatagramThatDoesNotFitGoesNoFurther) {
   EXPECT_TRUE(scene.temporaryFiles().empty());
 }
 
-TEST_F(McTaskTest, FileThatCannotBeSavedIsReportedAndTheAliveCheckRuns) {
+TEST_F(McTaskTest, FileThatCannotBeOpenedIsReportedAndTheAliveCheckRuns) {
   const std::string report =
       "\nfile open failed when saving Rx file element"
       "\nExcp met handling chk alive file element\nException Message:File not found";
@@ -91,6 +93,24 @@ TEST_F(McTaskTest, FileThatCannotBeSavedIsReportedAndTheAliveCheckRuns) {
        [&] { return capture.text().find(report) != std::string::npos; }, stop()});
 
   EXPECT_EQ(capture.text(), kOpened + report + kPaused + kEnd);
+}
+
+// The pieces of a file that could be written must not be taken for a request.
+TEST_F(McTaskTest, FileThatCannotBeWrittenIsNotReportedAsSuchAndLeavesNothingToRead) {
+  const std::string report = "\nExcp met handling chk alive file element\nException Message:File not found";
+  std::signal(SIGXFSZ, SIG_IGN);
+  const rlimit whatFits{900, RLIM_INFINITY};  // also of what is captured of the error stream
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &whatFits), 0);
+  run({[&] {
+         scene.passSeconds(60);
+         scene.sendToGroup(aliveRequestWithFile(serverEntry(server.port()) + std::string(855, ';')));
+         return true;
+       },
+       [&] { return capture.text().find(report) != std::string::npos; }, stop()});
+
+  // Without a server to go to, the reply goes to the group.
+  EXPECT_TRUE(capture.text().starts_with(kOpened + report + "\nSend_mcLCDpacket")) << capture.text();
+  EXPECT_TRUE(scene.temporaryFiles().empty());
 }
 
 }  // namespace

@@ -27,7 +27,7 @@ TEST(TemporaryData, IsWrittenWhole) {
   const TemporaryFolder folder;
   const std::string data("a\0b\n", 4);
 
-  EXPECT_TRUE(saveTemporaryData(folder.path() + "/file", asBytes(data)));
+  EXPECT_EQ(saveTemporaryData(folder.path() + "/file", asBytes(data)), TemporarySaving::kSaved);
 
   EXPECT_EQ(readFile(folder.path() + "/file"), data);
 }
@@ -35,7 +35,7 @@ TEST(TemporaryData, IsWrittenWhole) {
 TEST(TemporaryData, NoBytesGiveAnEmptyFile) {
   const TemporaryFolder folder;
 
-  EXPECT_TRUE(saveTemporaryData(folder.path() + "/file", {}));
+  EXPECT_EQ(saveTemporaryData(folder.path() + "/file", {}), TemporarySaving::kSaved);
 
   EXPECT_TRUE(fs::is_regular_file(folder.path() + "/file"));
 }
@@ -47,7 +47,7 @@ TEST(TemporaryData, PlantedLinkIsReplacedAndNotFollowed) {
   for (const std::string& target : {victim, folder.path() + "/dangling"}) {
     fs::create_symlink(target, path);
 
-    EXPECT_TRUE(saveTemporaryData(path, asBytes("data")));
+    EXPECT_EQ(saveTemporaryData(path, asBytes("data")), TemporarySaving::kSaved);
 
     EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(path)));
     EXPECT_EQ(readFile(victim), "precious");
@@ -61,7 +61,7 @@ TEST(TemporaryData, PlantedPipeIsReplacedAndBlocksNobody) {
   const std::string path = folder.path() + "/file";
   ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
 
-  EXPECT_TRUE(saveTemporaryData(path, asBytes("data")));
+  EXPECT_EQ(saveTemporaryData(path, asBytes("data")), TemporarySaving::kSaved);
 
   EXPECT_EQ(readFile(path), "data");
 }
@@ -70,7 +70,7 @@ TEST(TemporaryData, PlantedDirectoryStaysAndIsAFailure) {
   const TemporaryFolder folder;
   fs::create_directory(folder.path() + "/file");
 
-  EXPECT_FALSE(saveTemporaryData(folder.path() + "/file", asBytes("data")));
+  EXPECT_EQ(saveTemporaryData(folder.path() + "/file", asBytes("data")), TemporarySaving::kNotOpened);
 
   EXPECT_TRUE(fs::is_directory(folder.path() + "/file"));
 }
@@ -78,16 +78,16 @@ TEST(TemporaryData, PlantedDirectoryStaysAndIsAFailure) {
 TEST(TemporaryData, MissingFolderIsAFailure) {
   const TemporaryFolder folder;
 
-  EXPECT_FALSE(saveTemporaryData(folder.path() + "/missing/file", asBytes("data")));
+  EXPECT_EQ(saveTemporaryData(folder.path() + "/missing/file", asBytes("data")), TemporarySaving::kNotOpened);
 }
 
-TEST(TemporaryData, HalfAFileIsRemovedAndAFailure) {
+TEST(TemporaryData, HalfAFileIsRemovedAndAnotherFailure) {
   const TemporaryFolder folder;
   limitFileSize(100);
 
-  EXPECT_FALSE(saveTemporaryData(folder.path() + "/file", asBytes(std::string(101, 'x'))));
+  EXPECT_EQ(saveTemporaryData(folder.path() + "/file", asBytes(std::string(101, 'x'))), TemporarySaving::kNotWritten);
   EXPECT_FALSE(fs::exists(folder.path() + "/file"));
-  EXPECT_TRUE(saveTemporaryData(folder.path() + "/file", asBytes(std::string(100, 'x'))));
+  EXPECT_EQ(saveTemporaryData(folder.path() + "/file", asBytes(std::string(100, 'x'))), TemporarySaving::kSaved);
 }
 
 TEST(TemporaryDataRemover, RemovesWhatThePathSaysAtTheEnd) {
