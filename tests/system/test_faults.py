@@ -1,15 +1,11 @@
-"""Single faults of the system: the short form of tests/faults/sweep, with a few faults of each call."""
+"""The fault sweep (tests/faults/sweep) knows each call that the service makes."""
 
 import pathlib
 import re
 import subprocess
 
 import pytest
-from fault_sweep import cases
-from fault_sweep.sweep import Sweep
-from quendal_tools.sandbox.pc import SandboxUnavailable
 
-MEMORY_FAULTS = 24
 CANNOT_FAIL = {"clock_gettime", "exit", "sched_yield"}
 
 
@@ -19,30 +15,6 @@ def _library(quendal):
     if not library.exists():
         pytest.skip("the sanitizers' builds have no library that makes calls fail")
     return library
-
-
-def bad_ones(quendal, library, memory, choose):
-    """The chosen faults that the service does not survive, a line for each."""
-    with Sweep(quendal, library, memory) as sweep:
-        try:
-            chosen = choose(sweep.count())
-        except SandboxUnavailable as error:
-            pytest.skip(str(error))
-        assert chosen
-        results = list(sweep.results(chosen))
-    return "\n".join(sorted(result.line() for result in results if result.wrong or not result.reached))
-
-
-@pytest.mark.long(180)
-def test_service_survives_a_single_fault_of_any_call(quendal, library):
-    bad = bad_ones(quendal, library, False, cases.short_form)
-    assert not bad, bad
-
-
-@pytest.mark.long(180)
-def test_want_of_memory_ends_the_service_in_order_or_not_at_all(quendal, library):
-    bad = bad_ones(quendal, library, True, lambda found: cases.sample(found, MEMORY_FAULTS))
-    assert not bad, bad
 
 
 def names_of(binary, *options):

@@ -5,8 +5,8 @@ import time
 
 import pytest
 
-from quendal_tools.board_files import MAKER_WORK, WORK, static_configuration
-from support import console
+from quendal_tools.board.layout import MAKER_WORK, WORK, static_configuration
+from quendal_tools.board import console
 
 BAD_CONFIGURATION = "\nMcTask: Exception Met!\nException Message:"
 STATIC = WORK + "/IPAddress.ini"

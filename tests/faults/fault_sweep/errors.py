@@ -22,7 +22,7 @@ _WAIT = "EINTR ENOMEM"
 _BY_CALL = {
     **dict.fromkeys("open open64 openat openat64 __open64_2 fopen fopen64".split(), _OPEN),
     **dict.fromkeys("opendir fdopendir".split(), "EMFILE ENOMEM EIO"),
-    **dict.fromkeys("stat stat64 lstat lstat64 fstat fstat64 readlink".split(), _STATUS),
+    **dict.fromkeys("stat stat64 lstat lstat64 fstat fstat64 statx readlink".split(), _STATUS),
     "realpath": "EIO ENOMEM EACCES",
     **dict.fromkeys("read readv fgets fread readdir readdir64".split(), _READ),
     "write": "EIO EINTR EAGAIN ENOSPC",

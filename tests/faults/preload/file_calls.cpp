@@ -27,6 +27,8 @@ FAULTS_ERRNO_CALL(int, -1, stat, (const char* path, void* status), (path, status
 FAULTS_ERRNO_CALL(int, -1, stat64, (const char* path, void* status), (path, status))
 FAULTS_ERRNO_CALL(int, -1, lstat, (const char* path, void* status), (path, status))
 FAULTS_ERRNO_CALL(int, -1, lstat64, (const char* path, void* status), (path, status))
+FAULTS_ERRNO_CALL(int, -1, statx, (int folder, const char* path, int flags, unsigned mask, void* status),
+                  (folder, path, flags, mask, status))
 FAULTS_ERRNO_CALL(int, -1, unlink, (const char* path), (path))
 FAULTS_ERRNO_CALL(int, -1, unlinkat, (int folder, const char* path, int flags), (folder, path, flags))
 FAULTS_ERRNO_CALL(int, -1, remove, (const char* path), (path))
