@@ -91,7 +91,7 @@ def test_loss_closes_the_port_and_return_opens_it_with_these_words_and_commands(
     assert rig.text_since(mark).replace("[1]", "") == console.CLOSING + PAUSED
     assert rig.multicast_since(mark) == console.MULTICAST_PAUSED
     raw = rig.service.stderr_text()[mark:]
-    assert raw.index("McTask paused") < raw.index("data sock Paused!")
+    assert raw.index(console.MULTICAST_TASK_PAUSED) < raw.index(console.CLOSING)
     assert is_refused(rig)
 
     mark = rig.service.mark()

@@ -37,7 +37,7 @@ def assert_heard_and_heard_of(rig):
 def assert_link_stayed_up(rig, mark):
     assert rig.display.names() == ["NETW_UP"]
     assert console.BACK_ON not in rig.service.stderr_text()[mark:]
-    assert rig.service.stderr_text().count("data sock OK!") == 1
+    assert rig.service.stderr_text().count(console.OPEN) == 1
 
 
 @pytest.mark.long(60)

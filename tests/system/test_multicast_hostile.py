@@ -73,8 +73,8 @@ def test_file_that_asks_for_endless_memory_is_refused(display, transmitter):
 
     transmitter.send(multicast.request_packet(content=bomb))
 
-    display.service.wait_for(
-        re.compile(console.ALIVE_FILE_NOT_TAKEN + "Bad data format: .*: its references lead to too much text"), after=mark)
+    refusal = console.ALIVE_FILE_NOT_TAKEN + "Bad data format: .*: its references lead to too much text"
+    display.service.wait_for(re.compile(refusal), after=mark)
     transmitter.send(packet.status_packet())
     multicast.assert_replies(display, transmitter)
 

@@ -5,8 +5,9 @@ import time
 
 import pytest
 
-from quendal_tools.board.layout import MAKER_WORK, WORK, static_configuration
 from quendal_tools.board import console
+from quendal_tools.board.layout import MAKER_WORK, WORK, static_configuration
+from quendal_tools.configuration.example import ADDRESS, GATEWAY
 
 BAD_CONFIGURATION = "\nMcTask: Exception Met!\nException Message:"
 STATIC = WORK + "/IPAddress.ini"
@@ -96,7 +97,7 @@ def test_references_that_multiply_end_with_101(start):
 
 
 def test_references_that_multiply_in_the_static_address_end_with_1(start):
-    static = static_configuration("192.168.77.10", "192.168.77.1")
+    static = static_configuration(ADDRESS, GATEWAY)
     status, text, _ = start(files={STATIC: static + multiplying("IP")})
 
     assert status == 1

@@ -9,6 +9,7 @@ import sys
 import pytest
 
 from played_display import GROUP, reply_to
+from quendal_tools.configuration.example import GROUP_PORT
 
 TRANSMITTER = pathlib.Path(__file__).resolve().parents[2] / "tools/transmitter"
 
@@ -85,7 +86,7 @@ def test_an_address_that_is_no_group_is_said_to_be_wrong():
                              capture_output=True, text=True, check=False)
 
     assert process.returncode == 1
-    assert process.stderr.startswith("transmitter: 127.0.0.1 port 50100: ")
+    assert process.stderr.startswith(f"transmitter: 127.0.0.1 port {GROUP_PORT}: ")
 
 
 @pytest.mark.parametrize("words", [("--unit", "65536"), ("--unit", "-1"), ("--seconds", "0"), ("--every", "nan")])

@@ -5,7 +5,7 @@ import pathlib
 
 import pytest
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
+from python_tree import ROOT, python_files
 
 PACKAGE = "tools/quendal_tools"
 FOR_A_PC = {"configuration", "protocol", "stick", "commands"}
@@ -33,21 +33,6 @@ MAY_USE: dict[str, set[str]] = {
     "tests/emulator": FOR_A_PC | {"board", "emulator", "power_cuts"},
     "tests/faults": FOR_A_PC | {"board", "sandbox"},
 }
-
-
-def is_python(path):
-    if path.suffix:
-        return path.suffix == ".py"
-    with path.open("rb") as file:
-        return file.readline().startswith(b"#!/usr/bin/python3")
-
-
-def python_files(root):
-    """Everything in Python, as (path below the root, text)."""
-    for top in ("tools", "tests", "bench"):
-        for path in sorted((root / top).rglob("*")):
-            if path.is_file() and is_python(path):
-                yield path.relative_to(root).as_posix(), path.read_text(encoding="utf-8")
 
 
 def place_of(name):

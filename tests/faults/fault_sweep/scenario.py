@@ -12,7 +12,7 @@ import time
 
 from quendal_tools.board.layout import TARGET
 from quendal_tools.board.waiting import wait_until
-from quendal_tools.configuration.example import DATA_PORT, VIDEO_GROUP
+from quendal_tools.configuration.example import DATA_PORT, GATEWAY, VIDEO_GROUP
 from quendal_tools.protocol import packet
 from quendal_tools.protocol.control_files import LIST_FILE, STOP_MARKER, list_text
 from quendal_tools.sandbox.board import Board
@@ -49,7 +49,7 @@ class Scenario:
 
     def run(self):
         """Goes through it all; returns what was seen."""
-        hosts = f"127.0.0.1 localhost\n192.168.77.1 {HOST_NAME}\n"
+        hosts = f"127.0.0.1 localhost\n{GATEWAY} {HOST_NAME}\n"
         with Board(ini=_INI, files={"/etc/hosts": hosts}) as self._board:
             self._display = self._board.display()
             self._start()
