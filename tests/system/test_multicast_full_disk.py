@@ -4,11 +4,12 @@ import time
 
 import pytest
 
+from quendal_tools.board import console
 from support import multicast
 from support.multicast import Transmitter
 
 OPEN_FAILED = "\nfile open failed when saving Rx file element"
-NOT_FOUND = multicast.FILE_NOT_TAKEN + "File not found"
+NOT_FOUND = console.ALIVE_FILE_NOT_TAKEN + "File not found"
 
 
 def small_disk(board):
@@ -40,4 +41,4 @@ def test_only_a_failed_open_is_called_one_and_a_later_request_is_served(make_rig
         assert text.replace(report, "") == "" and text.count(report) >= 2
         assert not transmitter.has_connection()
         rig.board.run(["sh", "-c", "rm -f /tmp/filler /tmp/name*"], check=True)
-        multicast.assert_answers(rig, transmitter)
+        multicast.assert_replies(rig, transmitter)
