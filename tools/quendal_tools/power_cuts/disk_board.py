@@ -107,7 +107,7 @@ class DiskBoard(EmulatedBoard):
 
 
 def make_file_system(image: pathlib.Path, mebibytes: int) -> None:
-    """A new image with an empty ext4 as a distribution makes it, its tables written now and not by the board."""
+    """A new image with an empty ext4; its tables are written now, where a board would do so in the background."""
     with open(image, "xb") as file:
         file.truncate(mebibytes << 20)
     subprocess.run(["mkfs.ext4", "-q", "-E", "lazy_itable_init=0,lazy_journal_init=0", image], check=True)

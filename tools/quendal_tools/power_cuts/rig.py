@@ -66,16 +66,18 @@ class PowerCutRig:
     directory           an empty one, for what is kept in between
     seconds_afterwards  for how long after RXCOMPLETE there are cuts
     end                 what ends a transfer that is cut, of plan.ENDS
+    keep                a directory for the disks of broken cuts, as the power has left them; or None
     """
 
     def __init__(self, binary: pathlib.Path, mode: str, payload: Payload, directory: str | pathlib.Path, *,
-                 seconds_afterwards: float, end: str = "stop") -> None:
+                 seconds_afterwards: float, end: str = "stop", keep: pathlib.Path | None = None) -> None:
         _check_programs()
         self._binary = binary
         self._mode = mode
         self._payload = payload
         self._end = plan.ENDS[end]
         self._directory = pathlib.Path(directory)
+        self._keep = keep
         self._ready_image = self._directory / "ready.img"
         make_file_system(self._ready_image, _MEBIBYTES)
         with VolatileDisk(self._ready_image) as disk:
@@ -88,12 +90,14 @@ class PowerCutRig:
             with VolatileDisk(image) as disk:
                 since_start, since_completed = self._transfer(disk, cut)
                 unflushed, lost = disk.lose_power(chance)
-            with self._copy_of(image, f"again-{cut.number}.img") as copy:
-                remains, writes = self._restart(image)
-                remains_cut_again = None
-                if self._mode == plan.STAGED and writes:
-                    remains_cut_again = self._restart_twice(copy, chance.randint(1, writes), chance)
-        return Outcome(cut, since_start, since_completed, unflushed, lost, remains, remains_cut_again)
+            remains, writes = self._restart(image)
+            remains_cut_again = None
+            if self._mode == plan.STAGED and writes:
+                remains_cut_again = self._restart_twice(image, chance.randint(1, writes), chance)
+            outcome = Outcome(cut, since_start, since_completed, unflushed, lost, remains, remains_cut_again)
+            if self._keep and outcome.verdict(self._mode) is False:
+                _copy(image, self._keep / image.name)
+        return outcome
 
     def _prepare(self, disk: VolatileDisk) -> None:
         ini = {} if self._mode == plan.DIRECT else {"storeMode": self._mode}
@@ -139,6 +143,8 @@ class PowerCutRig:
                     board.power.cut_at_write(int(cut.amount))
                 while not board.power.off.is_set():
                     times = transfer.look()
+                    if times[0] > PATIENCE:
+                        raise TimeoutError(f"{cut}: it has not come; the service has said:\n{board.service_text()}")
                     if cut.is_due(*times):
                         board.power.cut()
                     elif awaits_end and transfer.ending:
@@ -149,21 +155,28 @@ class PowerCutRig:
                 return transfer.look()
 
     def _restart(self, image: pathlib.Path) -> tuple[Remains, int]:
-        with VolatileDisk(image) as disk:
-            writes = restart(self._binary, self._booted, disk)
-        return look(image, self._payload), writes
+        """What is left once a board has started with a copy of an image, and how many writes that took."""
+        with self._copy_of(image, f"restart-{image.name}") as copy:
+            with VolatileDisk(copy) as disk:
+                writes = restart(self._binary, self._booted, disk)
+            return look(copy, self._payload), writes
 
     def _restart_twice(self, image: pathlib.Path, last_write: int, chance: random.Random) -> Remains:
-        with VolatileDisk(image) as disk:
-            restart_with_cut(self._binary, self._booted, disk, last_write)
-            disk.lose_power(chance)
-        return self._restart(image)[0]
+        with self._copy_of(image, f"again-{image.name}") as copy:
+            with VolatileDisk(copy) as disk:
+                restart_with_cut(self._binary, self._booted, disk, last_write)
+                disk.lose_power(chance)
+            return self._restart(copy)[0]
 
     @contextlib.contextmanager
     def _copy_of(self, image: pathlib.Path, name: str) -> Iterator[pathlib.Path]:
         copy = self._directory / name
-        subprocess.run(["cp", "--sparse=always", image, copy], check=True)
+        _copy(image, copy)
         try:
             yield copy
         finally:
             copy.unlink()
+
+
+def _copy(image: pathlib.Path, copy: pathlib.Path) -> None:
+    subprocess.run(["cp", "--sparse=always", image, copy], check=True)
