@@ -16,7 +16,7 @@ constexpr int kReadTimeoutMs = 1000;
 constexpr int kOptimise = 1;
 constexpr int kUntilBroken = -1;
 
-bool setFilter(pcap_t* handle, const std::string& interface, const std::string& filter) {
+bool setFilter(pcap_t* handle, const std::string& interface, const std::string& filter, std::string& report) {
   bpf_u_int32 net = 0;
   bpf_u_int32 mask = 0;
   std::array<char, PCAP_ERRBUF_SIZE> error{};
@@ -25,13 +25,13 @@ bool setFilter(pcap_t* handle, const std::string& interface, const std::string& 
 
   bpf_program program{};
   if (pcap_compile(handle, &program, filter.c_str(), kOptimise, mask) != 0) {
-    console::line(std::string("pcap_compile, err:") + pcap_geterr(handle));
+    report += std::string("\npcap_compile, err:") + pcap_geterr(handle);
     return false;
   }
   const bool isSet = pcap_setfilter(handle, &program) == 0;
   pcap_freecode(&program);
   if (!isSet) {
-    console::line(std::string("pcap_setfilter, err:") + pcap_geterr(handle));
+    report += std::string("\npcap_setfilter, err:") + pcap_geterr(handle);
   }
   return isSet;
 }
@@ -54,7 +54,13 @@ void VideoCapture::CloseHandle::operator()(pcap* handle) const {
 
 void VideoCapture::open(const std::string& interface, const std::string& group) {
   close();
-  Handle opened = openFiltered(interface, group);
+  std::string report;
+  Handle opened = openFiltered(interface, group, report);
+  const bool isOpened = opened != nullptr;
+  if (isOpened || report != lastFailure_) {
+    console::line(report);
+  }
+  lastFailure_ = isOpened ? std::string() : report;
   const std::scoped_lock lock(mutex_);
   handle_ = std::move(opened);
 }
@@ -78,15 +84,16 @@ void VideoCapture::breakLoop() {
   }
 }
 
-VideoCapture::Handle VideoCapture::openFiltered(const std::string& interface, const std::string& group) {
+VideoCapture::Handle VideoCapture::openFiltered(const std::string& interface, const std::string& group,
+                                                std::string& report) {
   std::array<char, PCAP_ERRBUF_SIZE> error{};
   Handle handle(pcap_open_live(interface.c_str(), kSnapLength, kPromiscuous, kReadTimeoutMs, error.data()));
   if (handle == nullptr) {
-    console::line(std::string("pcap_open_live, err:") + error.data());
+    report = std::string("pcap_open_live, err:") + error.data();
     return nullptr;
   }
-  console::line("pcap_open_live OK!\n\nhandle ether, DLT: " + std::to_string(pcap_datalink(handle.get())));
-  if (!setFilter(handle.get(), interface, captureFilter(group))) {
+  report = "pcap_open_live OK!\n\nhandle ether, DLT: " + std::to_string(pcap_datalink(handle.get()));
+  if (!setFilter(handle.get(), interface, captureFilter(group), report)) {
     return nullptr;
   }
   return handle;

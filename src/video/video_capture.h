@@ -24,8 +24,9 @@ void onVideoPacket(unsigned char* user, const pcap_pkthdr* header, const unsigne
 class VideoCapture {
  public:
   /// Opens the capture of the stream to `group` on `interface`, closing an open one first, and writes
-  /// to the error stream how that went. A capture without its filter would count foreign packets, so
-  /// a filter that cannot be set leaves the capture closed, just as a failed open does. Owner only.
+  /// to the error stream how that went, but a failure only if the open before did not fail in the same
+  /// words. A capture without its filter would count foreign packets, so a filter that cannot be set
+  /// leaves the capture closed, just as a failed open does. Owner only.
   void open(const std::string& interface, const std::string& group);
 
   /// Owner only.
@@ -35,8 +36,8 @@ class VideoCapture {
   bool isOpen() const { return handle_ != nullptr; }
 
   /// Counts packets until breakLoop is called, and returns true then; false when the capture failed,
-  /// as it does once the interface is gone. A link that is down is no failure: the capture waits.
-  /// Owner only, while the capture is open.
+  /// as it does once the interface is gone, and always will then. A link that is down is no failure:
+  /// the capture waits. Owner only, while the capture is open.
   bool run();
 
   /// Makes run return at once, also when no packet comes. Between two runs it ends the next one
@@ -49,10 +50,12 @@ class VideoCapture {
   };
   using Handle = std::unique_ptr<pcap, CloseHandle>;
 
-  static Handle openFiltered(const std::string& interface, const std::string& group);
+  // `report` becomes what there is to say.
+  static Handle openFiltered(const std::string& interface, const std::string& group, std::string& report);
 
   std::mutex mutex_;
-  Handle handle_;  // written by the owner under the lock: the owner alone may read it without
+  Handle handle_;            // written by the owner under the lock: the owner alone may read it without
+  std::string lastFailure_;  // of the last open; empty when it worked. Owner only.
 };
 
 /// The process's one capture. VideoMcWatchInitTask owns it.

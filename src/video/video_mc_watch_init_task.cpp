@@ -1,6 +1,8 @@
 #include "video/video_mc_watch_init_task.h"
 
 #include "base/console.h"
+#include "base/platform.h"
+#include "base/retry.h"
 #include "base/shared_state.h"
 #include "network/network_state.h"
 #include "video/video_capture.h"
@@ -27,14 +29,22 @@ void VideoMcWatchInitTask::runTask() {
 }
 
 void VideoMcWatchInitTask::serveCapture() {
-  if (shared::videoCaptureReopenReq.exchange(false)) {
-    videoCapture.open(shared::netIfName, shared::videoMcAddress);
+  if (shared::videoCaptureReopenReq.exchange(false) || isOpeningDue()) {
+    openCapture();
   }
-  // Required: a capture whose interface has gone stays as it is, and fails in every cycle, until a
-  // re-open is requested. It costs a call each time.
-  if (shared::linkUp && videoCapture.isOpen() && !mustStop()) {
-    videoCapture.run();
+  if (shared::linkUp && videoCapture.isOpen() && !mustStop() && !videoCapture.run()) {
+    videoCapture.close();
   }
+}
+
+bool VideoMcWatchInitTask::isOpeningDue() const {
+  return isWanted_ && !videoCapture.isOpen() && isRetryDue(lastOpening_, platform::now());
+}
+
+void VideoMcWatchInitTask::openCapture() {
+  isWanted_ = true;
+  lastOpening_ = platform::now();
+  videoCapture.open(shared::netIfName, shared::videoMcAddress);
 }
 
 // The cancellation is noted before the loop is broken: a capture that is being opened meanwhile is not

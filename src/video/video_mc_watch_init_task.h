@@ -3,15 +3,17 @@
 
 #include "base/service_task.h"
 
+#include <Poco/Timestamp.h>
+
 namespace quendal {
 
 /// Owns the capture (video_capture.h). While the link is up it opens the capture anew whenever
 /// `videoCaptureReopenReq` is raised, which it clears, and runs it. The thread then stays in the
-/// capture's loop, also across a loss of the link, until a re-open is requested or the task is
+/// capture's loop until a re-open is requested, as it is at each loss of the link, or the task is
 /// cancelled; VideoMcWatchTask ends the loop for the former, cancel for the latter.
 ///
-/// A capture that could not be opened stays closed until the next request. One whose interface has gone
-/// counts nothing more until then, also when an interface of that name is back.
+/// A capture that could not be opened, and one whose interface has gone, is opened anew at the next
+/// request, or without one ten seconds after the last opening. Before the first request nothing is.
 class VideoMcWatchInitTask : public ServiceTask {
  public:
   VideoMcWatchInitTask();
@@ -23,6 +25,11 @@ class VideoMcWatchInitTask : public ServiceTask {
 
  private:
   void serveCapture();
+  bool isOpeningDue() const;
+  void openCapture();
+
+  bool isWanted_ = false;  // a capture has been requested
+  Poco::Timestamp lastOpening_;
 };
 
 }  // namespace quendal

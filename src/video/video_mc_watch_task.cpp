@@ -23,12 +23,22 @@ void VideoMcWatchTask::runTask() {
 }
 
 void VideoMcWatchTask::watch() {
+  watchLink();
   if (shared::linkUp && shared::videoWatchEnabled) {
     watchOneSecond();
   }
   if (shared::videoCaptureReopenReq) {
     videoCapture.breakLoop();
   }
+}
+
+// Once for each loss, which lasts for seconds. The request waits for the link-up.
+void VideoMcWatchTask::watchLink() {
+  const bool isUp = shared::linkUp;
+  if (wasLinkUp_ && !isUp && shared::videoWatchEnabled) {
+    shared::videoCaptureReopenReq = true;
+  }
+  wasLinkUp_ = isUp;
 }
 
 void VideoMcWatchTask::watchOneSecond() {

@@ -10,7 +10,8 @@ namespace quendal {
 /// While the link is up and the watch is switched on, looks once a second at the number of packets
 /// that the capture has counted, and posts NETW_UTIL_DN by the silence rule (silence_rule.h).
 ///
-/// It also breaks the capture's loop when a re-open is requested, since the thread in that loop sees
+/// It also requests a re-open when the link goes, so that the next link-up finds the interface as it is
+/// then, and breaks the capture's loop when a re-open is requested, since the thread in that loop sees
 /// neither flags nor time. Ends with `stopReq` or cancellation.
 class VideoMcWatchTask : public ServiceTask {
  public:
@@ -20,8 +21,10 @@ class VideoMcWatchTask : public ServiceTask {
 
  private:
   void watch();
+  void watchLink();
   void watchOneSecond();
 
+  bool wasLinkUp_ = false;
   std::uint32_t previousCount_ = 0;
 };
 

@@ -13,7 +13,7 @@ extern Counter videoPacketCount;       // written by the capture, read by VideoM
 extern Counter videoPacketsPerSecond;  // VideoMcWatchTask
 extern Counter videoIdleSeconds;       // VideoMcWatchTask
 extern Flag videoWatchEnabled;         // set by the start-up, read by VideoMcWatchTask
-extern Flag videoCaptureReopenReq;     // set by the start-up, cleared by VideoMcWatchInitTask, read by both tasks
+extern Flag videoCaptureReopenReq;     // set by the start-up, then VideoMcWatchTask; cleared by VideoMcWatchInitTask
 extern std::string videoMcAddress;     // written by the start-up, read by VideoMcWatchInitTask
 
 }  // namespace quendal::shared

@@ -173,6 +173,23 @@ TEST_F(VideoCaptureOnACable, AFilterThatDoesNotCompileIsReportedAndLeavesNoCaptu
   EXPECT_EQ(errors.text(), std::string(kOpened) + "\npcap_compile, err:can't parse filter expression: syntax error");
 }
 
+TEST_F(VideoCaptureOnACable, AFailureIsReportedAgainOnlyOnceAnOpenHasWorkedOrTheReasonIsAnother) {
+  const std::string failed = "\npcap_open_live, err:nosuchlink0: No such device exists (No such device exists)";
+  const std::string noFilter = std::string(kOpened) + "\npcap_compile, err:can't parse filter expression: syntax error";
+  const ErrorStreamCapture errors;
+
+  for (int attempt = 0; attempt < 3; ++attempt) {
+    capture.open("nosuchlink0", kGroup);
+  }
+  for (int attempt = 0; attempt < 3; ++attempt) {
+    capture.open(kWatchedInterface, "");
+  }
+  capture.open(kWatchedInterface, kGroup);
+  capture.open("nosuchlink0", kGroup);
+
+  EXPECT_EQ(errors.text(), failed + noFilter + kOpened + failed);
+}
+
 TEST_F(VideoCaptureOnACable, AFailedOpenClosesTheFormerCaptureToo) {
   capture.open(kWatchedInterface, kGroup);
   const ErrorStreamCapture errors;

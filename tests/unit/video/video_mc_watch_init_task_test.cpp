@@ -18,12 +18,15 @@ namespace {
 
 constexpr const char* kStarting = "\nVideo Mc Watch Init Task starting up...";
 constexpr const char* kOpenFailed = "\npcap_open_live, err:";
+constexpr Poco::Timestamp::TimeVal kTenSeconds = 10'000'000;
+const Poco::Timestamp kBegin(1'800'000'000'000'000);
 
 // Runs the task through `cycles` cycles on an interface that does not exist, so that no capture opens;
 // after each, `change` is called with its number (the first is 1). Returns the error stream.
 std::string runFor(
     int cycles, const std::function<void(int)>& change = [](int) {}) {
   shared::netIfName = "nosuchlink0";
+  fake::setNow(kBegin);
   const ErrorStreamCapture errors;
   VideoMcWatchInitTask task;
   int cycle = 0;
@@ -89,13 +92,62 @@ TEST(VideoCaptureInit, AFailedOpenIsReportedOnceAndLeavesNoCapture) {
   EXPECT_FALSE(videoCapture.isOpen());
 }
 
+// An interface of another name cannot be opened for another reason, and that shows the attempt.
 TEST(VideoCaptureInit, TheNextRequestTriesAgain) {
   shared::linkUp = true;
   shared::videoCaptureReopenReq = true;
 
-  const std::string errors = runFor(5, [](int cycle) { shared::videoCaptureReopenReq = cycle == 3; });
+  const std::string errors = runFor(5, [](int cycle) {
+    shared::netIfName = "nosuchlink1";
+    shared::videoCaptureReopenReq = cycle == 3;
+  });
 
   EXPECT_EQ(occurrences(errors, kOpenFailed), 2U) << errors;
+}
+
+TEST(VideoCaptureInit, AFailedOpenIsTriedAgainTenSecondsLaterAndNotBefore) {
+  shared::linkUp = true;
+  shared::videoCaptureReopenReq = true;
+
+  const std::string errors = runFor(6, [](int cycle) {
+    shared::netIfName = "nosuchlink" + std::to_string(cycle);
+    fake::setNow(kBegin + (cycle < 4 ? kTenSeconds - 1 : kTenSeconds));
+  });
+
+  EXPECT_EQ(occurrences(errors, kOpenFailed), 2U) << errors;
+  EXPECT_NE(errors.find("nosuchlink4"), std::string::npos) << errors;
+}
+
+TEST(VideoCaptureInit, ManyFailuresForTheSameReasonAreOneMessage) {
+  shared::linkUp = true;
+  shared::videoCaptureReopenReq = true;
+
+  const std::string errors = runFor(100, [](int cycle) {
+    fake::setNow(kBegin + cycle * kTenSeconds);
+    shared::videoCaptureReopenReq = cycle % 7 == 0;
+    shared::netIfName = cycle < 50 ? "nosuchlink0" : "nosuchlink1";
+  });
+
+  EXPECT_EQ(occurrences(errors, kOpenFailed), 2U) << errors;
+}
+
+TEST(VideoCaptureInit, WithTheLinkDownNothingIsTriedAgain) {
+  shared::linkUp = true;
+  shared::videoCaptureReopenReq = true;
+
+  const std::string errors = runFor(5, [](int cycle) {
+    shared::linkUp = false;
+    shared::netIfName = "nosuchlink1";
+    fake::setNow(kBegin + cycle * kTenSeconds);
+  });
+
+  EXPECT_EQ(occurrences(errors, kOpenFailed), 1U) << errors;
+}
+
+TEST(VideoCaptureInit, WithoutARequestNothingIsTriedAgainEither) {
+  shared::linkUp = true;
+
+  EXPECT_EQ(runFor(5, [](int cycle) { fake::setNow(kBegin + cycle * kTenSeconds); }), kStarting);
 }
 
 TEST(VideoCaptureInit, EndsWithTheStopFlag) {

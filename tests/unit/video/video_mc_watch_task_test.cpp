@@ -144,6 +144,35 @@ TEST_F(VideoWatch, WithoutADisplayTheSilenceStartsAnewAllTheSame) {
   EXPECT_EQ(shared::videoIdleSeconds, 0U);
 }
 
+TEST_F(VideoWatch, AsksForAFreshCaptureOnceForEachLossOfTheLink) {
+  std::vector<int> requests;
+
+  watchFor(12, [&](int second) {
+    if (shared::videoCaptureReopenReq.exchange(false)) {
+      requests.push_back(second - 1);
+    }
+    shared::linkUp = second != 3 && second != 4 && second < 9;
+  });
+
+  EXPECT_EQ(requests, (std::vector<int>{3, 9}));
+}
+
+TEST_F(VideoWatch, FirstLinkUpIsNoLoss) {
+  shared::linkUp = false;
+
+  watchFor(5, [](int second) { shared::linkUp = second >= 3; });
+
+  EXPECT_FALSE(shared::videoCaptureReopenReq);
+}
+
+TEST_F(VideoWatch, SwitchedOffItAsksForNoCapture) {
+  shared::videoWatchEnabled = false;
+
+  watchFor(5, [](int second) { shared::linkUp = second < 3; });
+
+  EXPECT_FALSE(shared::videoCaptureReopenReq);
+}
+
 TEST_F(VideoWatch, EndsWithTheStopFlag) {
   watchFor(5, [](int second) { shared::stopReq = second == 2; });
 
