@@ -189,7 +189,7 @@ void FileReception::rebootIfAsked() {
   if (shared::staging.isOpen()) {
     putStagedIntoPlace(end_.awaitDisk());
   }
-  platform::runShell(kSyncCommand);
+  syncDisks();
   console::write("\nGoing to reboot device......\n");
   platform::sleepMs(kRebootWaitMs);
   postIpcSemaphore(kRxComplete);

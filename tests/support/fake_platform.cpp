@@ -5,6 +5,7 @@
 
 #include <mutex>
 #include <optional>
+#include <set>
 #include <thread>
 
 namespace quendal {
@@ -14,6 +15,7 @@ namespace {
 struct Recorder {
   std::mutex mutex;
   std::vector<std::string> events;
+  std::set<std::string> patient;
   std::function<void(const std::string&)> observer;
   int shellStatus = 0;
   std::optional<Poco::Timestamp> now;
@@ -44,6 +46,7 @@ void record(const std::string& event) {
 void reset() {
   const std::scoped_lock lock(recorder().mutex);
   recorder().events.clear();
+  recorder().patient.clear();
   recorder().observer = nullptr;
   recorder().shellStatus = 0;
   recorder().now.reset();
@@ -65,6 +68,11 @@ std::vector<std::string> commands() {
     }
   }
   return result;
+}
+
+std::set<std::string> patientCommands() {
+  const std::scoped_lock lock(recorder().mutex);
+  return recorder().patient;
 }
 
 void onEvent(std::function<void(const std::string& event)> observer) {
@@ -96,14 +104,17 @@ void setSystemRoot(const std::string& folder) {
 
 namespace platform {
 
-int runShell(const std::string& command) {
+int runShell(const std::string& command, const Progress& progress) {
   fake::record("run " + command);
   const std::scoped_lock lock(fake::recorder().mutex);
+  if (progress) {
+    fake::recorder().patient.insert(command);
+  }
   return fake::recorder().shellStatus;
 }
 
-int runShellIn(const std::string& directory, const std::string& command) {
-  return runShell("[" + directory + "] " + command);
+int runShellIn(const std::string& directory, const std::string& command, const Progress& progress) {
+  return runShell("[" + directory + "] " + command, progress);
 }
 
 int syncFileSystem(int descriptor) {

@@ -7,6 +7,7 @@
 #include <Poco/Timestamp.h>
 
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,9 @@ std::vector<std::string> events();
 
 /// Only the shell commands, without the leading "run ".
 std::vector<std::string> commands();
+
+/// Those of them that may take as long as they get on: they were run with a Progress.
+std::set<std::string> patientCommands();
 
 /// Calls `observer` after each event has been recorded, on the thread that caused it: the place to
 /// look at the world "during" a wait, or to change it. It may cancel tasks and set flags.

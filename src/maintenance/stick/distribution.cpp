@@ -50,14 +50,14 @@ void copyFiles(const std::string& folder, const std::vector<std::string>& names)
     ++index;
     console::write(copyReport(Poco::DateTime(platform::now()), index, names.size(), name));
     copyStickFile(folder, shared::targetRootDir, name);
-    platform::runShell(kSyncCommand);
+    syncDisks();
   }
   console::line("File copying finished.");
 }
 
 void leaveStopMarker() {
   Poco::File(shared::targetRootDir + "/" + std::string(kTransferStopMarker)).createFile();
-  platform::runShell(kSyncCommand);
+  syncDisks();
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include "base/platform.h"
 #include "base/system_commands.h"
 #include "maintenance/stick/drive.h"
+#include "maintenance/stick/mount.h"
 #include "maintenance/stick/package_readback.h"
 #include "maintenance/stick/stick_state.h"
 
@@ -45,10 +46,11 @@ void createLogFolder() {
 }
 
 void moveLogsAndRelease(const std::string& mountPoint) {
-  platform::runShellIn("/data/app", "sudo tar zcf zelo-curLogs.tar.gz Log ");
-  platform::runShell("sudo mv /data/app/*.gz " + mountPoint + "/KVLOG/");
-  platform::runShell(kSyncCommand);
-  platform::runShell(unmountCommand(mountPoint));
+  platform::runShellIn("/data/app", "sudo tar zcf zelo-curLogs.tar.gz Log ",
+                       fileSizeProgress("/data/app/zelo-curLogs.tar.gz"));
+  platform::runShell("sudo mv /data/app/*.gz " + mountPoint + "/KVLOG/", stickProgress(mountPoint));
+  syncDisks();
+  platform::runShell(unmountCommand(mountPoint), stickProgress(mountPoint));
 }
 
 }  // namespace
@@ -67,7 +69,7 @@ ExportResult exportLogs(const std::string& mountPoint, const StoppableWait& wait
     return ExportResult::kNothingDone;
   }
   if (shared::logDataMode) {
-    platform::runShell("sudo cp /data/app/log/RawData*.* " + logs);
+    platform::runShell("sudo cp /data/app/log/RawData*.* " + logs, stickProgress(mountPoint));
     return ExportResult::kDone;
   }
   createLogFolder();
@@ -90,7 +92,7 @@ ExportResult exportBackup(const std::string& mountPoint) {
   if (!isFolder(platform::systemPath(backup))) {
     return ExportResult::kNothingDone;
   }
-  platform::runShell("sudo cp -a /data/app " + backup + "/");
+  platform::runShell("sudo cp -a /data/app " + backup + "/", stickProgress(mountPoint));
   return ExportResult::kDone;
 }
 

@@ -20,19 +20,23 @@ constexpr const char* kBlockDevices = "/sys/class/block";
 constexpr const char* kPartitions = "/proc/partitions";
 constexpr int kPartitionsHeadLines = 2;
 
+void releaseMount(const std::string& mountPoint) {
+  platform::runShell(unmountCommand(mountPoint), stickProgress(mountPoint));
+}
+
 void releasePulledStick(std::string& driveName) {
   shared::usbDrivePresent = false;
   if (driveName.empty()) {
     return;
   }
   console::line("to umount drv:" + driveName);
-  platform::runShell(unmountCommand(mountPointOf(driveName)));
+  releaseMount(mountPointOf(driveName));
   driveName.clear();
 }
 
 void releaseStaleMount(const std::string& driveName) {
   console::line(driveFoundReport(driveName));
-  platform::runShell(unmountCommand(mountPointOf(driveName)));
+  releaseMount(mountPointOf(driveName));
 }
 
 // Reads one line with its line end, which belongs to the report; false at the end of the file.
@@ -70,13 +74,18 @@ bool isStillMounted(const std::string& driveName) {
 
 void mountStick(const std::string& driveName) {
   console::line("usb thumbdrive first time plugged,mounting...");
-  platform::runShell(makeMountPointCommand(driveName));
+  const Progress progress = stickProgress(mountPointOf(driveName));
+  platform::runShell(makeMountPointCommand(driveName), progress);
   const std::string command = mountCommand(driveName);
   console::line("Mounting USB drive......\n>>" + command);
-  platform::runShell(command);
+  platform::runShell(command, progress);
 }
 
 }  // namespace
+
+Progress stickProgress(const std::string& mountPoint) {
+  return driveProgress(mountPoint.substr(mountPoint.rfind('/') + 1));
+}
 
 bool mountNewStick(std::string& driveName, const StoppableWait& wait) {
   const std::string lastSdName = chooseDrive(folderEntries(platform::systemPath(kBlockDevices)));

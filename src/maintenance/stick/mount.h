@@ -1,6 +1,7 @@
 // The technician's stick comes and goes: noticed, mounted and released in the maintenance cycle.
 #pragma once
 
+#include "base/progress.h"
 #include "maintenance/stick/stoppable_wait.h"
 
 #include <string>
@@ -15,5 +16,8 @@ namespace quendal {
 /// A stick that stays is served once. One that was pulled is unmounted and its name forgotten. A stop
 /// request before the stick is mounted, or while it is, leaves it alone and returns false.
 bool mountNewStick(std::string& driveName, const StoppableWait& wait);
+
+/// What tells that a command gets on with the stick that belongs at `mountPoint`.
+Progress stickProgress(const std::string& mountPoint);
 
 }  // namespace quendal

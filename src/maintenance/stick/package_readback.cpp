@@ -7,6 +7,7 @@
 #include "base/system_commands.h"
 
 #include <Poco/File.h>
+#include <Poco/Path.h>
 
 #include <array>
 #include <string>
@@ -54,7 +55,9 @@ void copyPackage(const Package& package, const std::string& sourceFolder) {
     return;
   }
   console::line(package.banner);
-  platform::runShell(std::string("sudo cp ") + package.path + " " + sourceFolder + "/");
+  // By now the folder is the bare mount point's as a rule, on the board's own disk: the drive tells nothing.
+  platform::runShell(std::string("sudo cp ") + package.path + " " + sourceFolder + "/",
+                     fileSizeProgress(sourceFolder + "/" + Poco::Path(package.path).getFileName()));
   if (*package.logText != '\0') {
     appendToArchiveLog(package.logText);
   }
@@ -67,7 +70,7 @@ void retrievePackages(const std::string& sourceFolder) {
     copyPackage(package, sourceFolder);
   }
   console::line(kBannerEdge);
-  platform::runShell(kSyncCommand);
+  syncDisks();
   console::line("Going to reboot device......");
   platform::runShell(kRestartCommand);
 }

@@ -75,6 +75,21 @@ TEST_F(StickExport, LogsArePackedMovedAndTheStickReleased) {
   EXPECT_EQ(errors.text(), "");
 }
 
+// The copies on the board itself have a minute; what depends on the stick or on the amount has as long as it gets on.
+TEST_F(StickExport, PackingMovingAndReleasingMayTakeTheirTime) {
+  makeOnStick("KVLOG");
+  makeOnStick("KVBAK");
+  preventReadBack();
+
+  exportLogs(kMountPoint, recordedWait);
+  exportBackup(kMountPoint);
+
+  EXPECT_EQ(fake::patientCommands(),
+            (std::set<std::string>{"[/data/app] sudo tar zcf zelo-curLogs.tar.gz Log ",
+                                   "sudo mv /data/app/*.gz /data/home/sda1/KVLOG/", "sudo sync",
+                                   "sudo umount /data/home/sda1", "sudo cp -a /data/app /data/home/sda1/KVBAK/"}));
+}
+
 TEST_F(StickExport, MissingLogFolderIsCreated) {
   makeOnStick("KVLOG");
   preventReadBack();
