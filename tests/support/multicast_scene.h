@@ -3,6 +3,7 @@
 
 #include "support/temporary_folder.h"
 
+#include <Poco/DateTime.h>
 #include <Poco/Net/MulticastSocket.h>
 #include <Poco/Net/SocketAddress.h>
 #include <Poco/Timestamp.h>
@@ -27,7 +28,7 @@ std::string serverEntry(std::uint16_t port);
 
 /// Sets the shared state up: identity group 1, column 2, display 3, address 192.168.0.20, hardware
 /// address 00:11:22:33:44:55, a group of the test's own on the loopback interface, no reply sent for a
-/// minute, and a clock that stands.
+/// minute, and a clock that stands at nine minutes past 13 on a day in May.
 class MulticastScene {
  public:
   MulticastScene();
@@ -51,7 +52,7 @@ class MulticastScene {
 
  private:
   TemporaryFolder folder_;
-  Poco::Timestamp now_;
+  Poco::Timestamp now_ = Poco::DateTime(2024, 5, 17, 13, 9).timestamp();
   Poco::Net::SocketAddress group_;
   Poco::Net::MulticastSocket transmitter_;
 };
