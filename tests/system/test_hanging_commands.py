@@ -5,9 +5,9 @@ import time
 
 import pytest
 
-from quendal_tools.board_root import BLOCK_DEVICES
-from quendal_tools.namespace import wait_until
-from support import console
+from quendal_tools.board import console
+from quendal_tools.board.waiting import wait_until
+from quendal_tools.sandbox.board_root import BLOCK_DEVICES
 from support.stick import SERVED_SECONDS, start_with_stick
 
 PATIENCE_SECONDS = 60
@@ -101,7 +101,8 @@ def test_dhcp_client_that_hangs_is_ended_after_a_minute_and_the_cycle_goes_on(ma
     numbers = await_hanging(rig)
     began = time.monotonic()
 
-    rig.service.wait_for(STARTED + ended(DHCP_COMMAND, " after 60 s") + f"{int(signal.SIGTERM)}", timeout=PATIENCE_SECONDS + 20)
+    rig.service.wait_for(STARTED + ended(DHCP_COMMAND, " after 60 s") + f"{int(signal.SIGTERM)}",
+                         timeout=PATIENCE_SECONDS + 20)
 
     assert PATIENCE_SECONDS - 1 < time.monotonic() - began < PATIENCE_SECONDS + TO_THE_END + 2
     assert_gone(rig, numbers)

@@ -4,7 +4,8 @@ import pytest
 
 from support import moved, multicast
 from support.rig import LINK_UP_SECONDS
-from support.stream import GROUP, stream
+from quendal_tools.configuration.example import VIDEO_GROUP as GROUP
+from support.stream import stream
 
 OPENED = "\npcap_open_live OK!\n\nhandle ether, DLT: 1"
 OPEN_FAILED = "\npcap_open_live, err:"
