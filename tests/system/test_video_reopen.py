@@ -2,9 +2,9 @@
 
 import pytest
 
+from quendal_tools.configuration.example import VIDEO_GROUP as GROUP
 from support import moved, multicast
 from support.rig import LINK_UP_SECONDS
-from quendal_tools.configuration.example import VIDEO_GROUP as GROUP
 from support.stream import stream
 
 OPENED = "\npcap_open_live OK!\n\nhandle ether, DLT: 1"
