@@ -15,7 +15,7 @@ namespace quendal {
 
 using IniFile = Poco::AutoPtr<Poco::Util::IniFileConfiguration>;
 
-inline constexpr std::size_t kMaxIniFileSize = 1024 * 1024;
+inline constexpr std::size_t kMaxIniFileSize = std::size_t{1024} * 1024;
 
 /// Reads `text`, which refusals call `name`.
 ///
