@@ -62,6 +62,7 @@ _BY_CALL = {
     "semctl": "EIDRM",
     "semget": "ENOMEM ENOSPC",
     "posix_spawn": "EAGAIN ENOMEM",
+    "kill": "EPERM ESRCH",
     "waitpid": "EINTR",
     "pthread_create": "EAGAIN",
     **dict.fromkeys("getrlimit getrlimit64".split(), "EPERM"),

@@ -21,6 +21,7 @@ FAULTS_ERRNO_CALL(int, -1, semtimedop, (int set, sembuf* operations, size_t coun
 FAULTS_ERRNO_CALL(int, -1, semctl, (int set, int number, int command, void* argument), (set, number, command, argument))
 FAULTS_ERRNO_CALL(int, -1, semget, (key_t key, int count, int flags), (key, count, flags))
 FAULTS_ERRNO_CALL(pid_t, -1, waitpid, (pid_t child, int* status, int options), (child, status, options))
+FAULTS_ERRNO_CALL(int, -1, kill, (pid_t process, int signal), (process, signal))
 FAULTS_ERRNO_CALL(int, -1, getrlimit, (int resource, rlimit* limit), (resource, limit))
 FAULTS_ERRNO_CALL(int, -1, getrlimit64, (int resource, void* limit), (resource, limit))
 FAULTS_ERRNO_CALL(int, -1, pipe, (int* ends), (ends))
