@@ -49,7 +49,7 @@ def test_reader_that_comes_back_is_told_how_much_it_has_missed_and_hears_the_res
 
     filling = service.stream.read()
     service.stream.resume()
-    text = filling + service.stream.read_until(re.compile(NOTICE.encode()))
+    text = service.stream.read_until(re.compile(NOTICE.encode()), filling)
 
     told = re.match(NOTICE, text.strip(b"\0").decode())
     # At the least: banner, directories, reports, the tasks' first words and the file.
