@@ -8,7 +8,9 @@
 #include <Poco/Net/SocketAddress.h>
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace quendal {
@@ -43,7 +45,10 @@ class McTaskNotBound : public McTaskRetry {
  protected:
   McTaskNotBound() { shared::mcGroupAddress = Poco::Net::IPAddress("198.51.100.1"); }
 
-  static void heal() { shared::mcBindAddress = new SocketAddress("239.255.77.1", shared::mcPort); }
+  static void heal() {
+    const std::unique_ptr<const SocketAddress> bad(
+        std::exchange(shared::mcBindAddress, new SocketAddress("239.255.77.1", shared::mcPort)));
+  }
 
   const std::string kNotBound =
       kTrigger +
