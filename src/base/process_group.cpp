@@ -2,8 +2,8 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <sstream>
+#include <string>
 #include <system_error>
 
 namespace quendal {
@@ -16,7 +16,9 @@ constexpr const char* kDigits = "0123456789";
 
 std::optional<ProcessStat> readStat(const fs::path& folder) {
   std::ifstream file(folder / "stat");
-  return parseProcessStat({std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()});
+  std::string text;
+  std::getline(file, text, '\0');  // a process that goes in between is an error of the read, and leaves nothing
+  return parseProcessStat(text);
 }
 
 }  // namespace

@@ -187,9 +187,24 @@ TEST_F(CommandRunTest, OneThatMayNotBeSignalledIsLeftBehindAndNotStartedTwiceAnd
 // As the shell of a command does that runs sudo for another user than root: it goes, and root's process stays.
 TEST_F(CommandRunTest, OneWhoseShellHasGoneIsLeftBehindAllTheSameWhileItsProcessRuns) {
   forbidSignals();
-  const std::string command = "cd " + folder.path() + "; (while [ ! -e end ]; do sleep 0.01; done) & sleep 0.4; exit 3";
+  const auto awaited = [this](const std::string& name) {
+    return "while [ -d " + folder.path() + " ] && [ ! -e " + name + " ]; do sleep 0.01; done";
+  };
+  const std::string command = "cd " + folder.path() + "; (" + awaited("end") + ") & " + awaited("go") + "; exit 3";
+  CommandLimits limits = kShort;
+  limits.termination = milliseconds(2000);
+  const auto start = Clock::now();
+  bool isTerminated = false;
 
-  EXPECT_EQ(run(command, kShort), 3 * 256);
+  const int status = runCommand({.command = command, .directory = {}, .progress = {}}, limits, [&] {
+    if (isTerminated) {
+      folder.writeFile("go", "");
+    }
+    isTerminated = Clock::now() - start > 2 * limits.standstill;  // by the look that asks here
+    return false;
+  });
+
+  EXPECT_EQ(status, 3 * 256);
   EXPECT_EQ(run(command, kShort), -1);
   EXPECT_EQ(errors.text(), "\nCommand left behind after 0 s:[" + command +
                                "]\nCommand not run, an earlier one still runs:[" + command + "]");

@@ -7,7 +7,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <csignal>
+#include <string>
+#include <thread>
 
 namespace quendal {
 namespace {
@@ -63,6 +66,31 @@ TEST(ProcessGroup, HoldsItsLivingProcessesAndNoZombie) {
   EXPECT_FALSE(isLiving(member));
   EXPECT_EQ(waitpid(child, nullptr, 0), child);
   EXPECT_FALSE(isLiving(member));
+}
+
+// A process that goes between the opening of its file and the reading makes the read fail.
+TEST(ProcessGroup, ProcessesThatEndWhileTheyAreLookedAtAreNoError) {
+  std::atomic<bool> enough{false};
+  std::thread starter([&] {
+    while (!enough) {
+      const pid_t child = fork();
+      if (child == 0) {
+        _exit(0);
+      }
+      waitpid(child, nullptr, 0);
+    }
+  });
+
+  int looks = 0;
+  EXPECT_NO_THROW({
+    for (; looks < 200; ++looks) {
+      livingMembers(getpgrp());
+    }
+  }) << "look "
+     << looks;
+
+  enough = true;
+  starter.join();
 }
 
 }  // namespace
