@@ -7,7 +7,7 @@ import sys
 import pytest
 
 ROOT = pathlib.Path(__file__).resolve().parents[1]
-sys.path[:0] = [str(ROOT / "tools"), str(ROOT / "tests/faults")]
+sys.path[:0] = [str(ROOT / "tools"), str(ROOT / "tests/faults"), str(ROOT / "tests/endurance")]
 
 # A shell has its background commands ignore Ctrl-C, and the programs under test would inherit that.
 signal.signal(signal.SIGINT, signal.default_int_handler)

@@ -32,6 +32,7 @@ MAY_USE: dict[str, set[str]] = {
     "tests/system": FOR_A_PC | {"board", "sandbox"},
     "tests/emulator": FOR_A_PC | {"board", "emulator", "power_cuts"},
     "tests/faults": FOR_A_PC | {"board", "sandbox"},
+    "tests/endurance": FOR_A_PC | {"board", "sandbox"},
 }
 
 
