@@ -4,17 +4,14 @@
 #include "base/platform.h"
 #include "transfer/data_service_handler.h"
 
-#include <Poco/Exception.h>
 #include <Poco/Logger.h>
-#include <Poco/NObserver.h>
 #include <Poco/Util/Application.h>
 
 #include <sys/resource.h>
 
-namespace quendal {
+#include <exception>
 
-using Poco::Net::ReadableNotification;
-using AcceptObserver = Poco::NObserver<ConnectionAcceptor, ReadableNotification>;
+namespace quendal {
 
 namespace {
 
@@ -38,23 +35,19 @@ void logWarning(const std::string& text) {
 
 ConnectionAcceptor::ConnectionAcceptor(const Poco::Net::ServerSocket& socket, DataReactor& reactor)
     : socket_(socket), reactor_(reactor) {
-  reactor_.addEventHandler(socket_, AcceptObserver(*this, &ConnectionAcceptor::onConnection));
+  reactor_.add(socket_, [this] { onConnection(); }, {});
 }
 
 ConnectionAcceptor::~ConnectionAcceptor() {
-  try {
-    reactor_.removeEventHandler(socket_, AcceptObserver(*this, &ConnectionAcceptor::onConnection));
-  } catch (const std::exception& failure) {
-    console::failure("ConnectionAcceptor: Exception Met!", failure);
-  }
+  reactor_.remove(socket_);
 }
 
-void ConnectionAcceptor::onConnection(const Poco::AutoPtr<ReadableNotification>& /*notification*/) {
+void ConnectionAcceptor::onConnection() {
   Poco::Net::StreamSocket connection;
   try {
     connection = socket_.acceptConnection();
-  } catch (const Poco::Exception& failure) {
-    logWarning("No connection can be accepted: " + failure.displayText());
+  } catch (const std::exception& failure) {
+    logWarning("No connection can be accepted: " + console::failureText(failure));
     platform::sleepMs(kFailedAcceptWaitMs);
     return;
   }
@@ -64,8 +57,8 @@ void ConnectionAcceptor::onConnection(const Poco::AutoPtr<ReadableNotification>&
   }
   try {
     new DataServiceHandler(connection, reactor_);  // owned by the reactor: deletes itself at its shutdown
-  } catch (const Poco::Exception& failure) {
-    logWarning("A connection was lost before it was served: " + failure.displayText());
+  } catch (const std::exception& failure) {
+    logWarning("A connection was lost before it was served: " + console::failureText(failure));
   }
 }
 

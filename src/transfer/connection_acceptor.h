@@ -3,17 +3,14 @@
 
 #include "transfer/data_reactor.h"
 
-#include <Poco/AutoPtr.h>
 #include <Poco/Net/ServerSocket.h>
-#include <Poco/Net/SocketNotification.h>
 
 namespace quendal {
 
 /// Registers with the reactor for as long as it lives; runs on the reactor thread.
 ///
-/// It takes the place of POCO's SocketAcceptor, which lets a failed accept escape into the reactor:
-/// the listening socket stays readable, and at the limit of descriptors that loop takes a whole core
-/// and leaves none for the rest of the service. Here a connection that would use up the last
+/// At the limit of descriptors the listening socket stays readable: accepting at full speed would take a
+/// whole core and leave no descriptor for the rest of the service. So a connection that would use up the last
 /// descriptors is closed at once, which keeps a reserve for the other tasks, and an accept that fails
 /// all the same is paced. Both end by themselves when connections close.
 class ConnectionAcceptor {
@@ -27,7 +24,7 @@ class ConnectionAcceptor {
   ConnectionAcceptor& operator=(ConnectionAcceptor&&) = delete;
 
   /// Accepts one connection and creates its handler.
-  void onConnection(const Poco::AutoPtr<Poco::Net::ReadableNotification>& notification);
+  void onConnection();
 
  private:
   Poco::Net::ServerSocket socket_;

@@ -8,15 +8,9 @@
 #include "transfer/transfer_state.h"
 
 #include <Poco/Logger.h>
-#include <Poco/NObserver.h>
 #include <Poco/Util/Application.h>
 
 namespace quendal {
-
-using Poco::Net::ReadableNotification;
-using Poco::Net::ShutdownNotification;
-using ReadableObserver = Poco::NObserver<DataServiceHandler, ReadableNotification>;
-using ShutdownObserver = Poco::NObserver<DataServiceHandler, ShutdownNotification>;
 
 namespace {
 
@@ -32,41 +26,36 @@ DataServiceHandler::DataServiceHandler(const Poco::Net::StreamSocket& accepted, 
       peer_(socket.peerAddress().toString()),
       reader_(socket, {.stop = shared::dataStopReq, .pause = shared::dataPauseReq}) {
   logConnectionEvent("Connection from " + peer_);
-  const ReadableObserver readable(*this, &DataServiceHandler::onReadable);
-  reactor.addEventHandler(socket, readable);
-  try {
-    reactor.addEventHandler(socket, ShutdownObserver(*this, &DataServiceHandler::onShutdown));
-  } catch (...) {
-    reactor.removeEventHandler(socket, readable);
-    throw;
-  }
+  reactor.add(
+      socket, [this] { onReadable(); }, [this] { onShutdown(); });
 }
 
 DataServiceHandler::~DataServiceHandler() {
   try {
     logConnectionEvent("Disconnecting " + peer_);
-    reactor.removeEventHandler(socket, ReadableObserver(*this, &DataServiceHandler::onReadable));
-    reactor.removeEventHandler(socket, ShutdownObserver(*this, &DataServiceHandler::onShutdown));
   } catch (const std::exception& failure) {
     console::failure("DataServiceHandler: Exception Met!", failure);
   }
+  reactor.remove(socket);
 }
 
-void DataServiceHandler::onReadable(const Poco::AutoPtr<ReadableNotification>& /*notification*/) {
-  if (reactor.isClosing()) {
-    return;
+// What no stage has foreseen leaves the packet half read as well: what follows could not be told from its rest.
+void DataServiceHandler::onReadable() {
+  try {
+    const unsigned code = readPacket();
+    if (code == 0) {
+      return;
+    }
+    console::line("Data TCP port read err, Err RC:" + std::to_string(code));
+  } catch (const std::exception& failure) {
+    console::failure("DataServiceHandler: Exception Met!", failure);
   }
-  const unsigned code = readPacket();
-  if (code == 0) {
-    return;
-  }
-  reactor.removeEventHandler(socket, ReadableObserver(*this, &DataServiceHandler::onReadable));
-  console::line("Data TCP port read err, Err RC:" + std::to_string(code));
+  reactor.stopReading(socket);
   shared::dataReinitReq = true;
   reactor.awaitClose();
 }
 
-void DataServiceHandler::onShutdown(const Poco::AutoPtr<ShutdownNotification>& /*notification*/) {
+void DataServiceHandler::onShutdown() {
   delete this;
 }
 

@@ -5,8 +5,6 @@
 #include "transfer/file_reception.h"
 #include "transfer/packet_reader.h"
 
-#include <Poco/AutoPtr.h>
-#include <Poco/Net/SocketNotification.h>
 #include <Poco/Net/StreamSocket.h>
 
 #include <string>
@@ -17,7 +15,7 @@ namespace quendal {
 ///
 /// Created by ConnectionAcceptor with new; deletes itself when the reactor shuts down. Everything
 /// runs on the reactor thread, which is also what keeps `dataRxRecord` and `fileChunkBuffer` safe.
-/// One notification reads one whole packet with blocking reads, so a packet holds up every other
+/// One call of onReadable reads one whole packet with blocking reads, so a packet holds up every other
 /// connection until it is complete. Nothing is ever sent back.
 class DataServiceHandler {
  public:
@@ -35,10 +33,10 @@ class DataServiceHandler {
 
   /// Reads one packet. A failure is logged with its code, asks DataTask to re-open the service and
   /// then waits for that: see DataReactor.
-  void onReadable(const Poco::AutoPtr<Poco::Net::ReadableNotification>& notification);
+  void onReadable();
 
   /// Deletes the handler.
-  void onShutdown(const Poco::AutoPtr<Poco::Net::ShutdownNotification>& notification);
+  void onShutdown();
 
  private:
   // Each reads its element into dataRxRecord and returns 0, or the code that ends the connection.

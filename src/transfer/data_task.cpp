@@ -30,6 +30,24 @@ Poco::Net::ServerSocket openServerSocket() {
   return server;
 }
 
+// The thread of a reactor, which ends with it on every way out: the thread uses what is destroyed behind it.
+class ReactorThread {
+ public:
+  explicit ReactorThread(DataReactor& reactor) : reactor_(reactor) { thread_.start(reactor); }
+  ~ReactorThread() {
+    reactor_.close();
+    thread_.join();
+  }
+  ReactorThread(const ReactorThread&) = delete;
+  ReactorThread& operator=(const ReactorThread&) = delete;
+  ReactorThread(ReactorThread&&) = delete;
+  ReactorThread& operator=(ReactorThread&&) = delete;
+
+ private:
+  DataReactor& reactor_;
+  Poco::Thread thread_;
+};
+
 // A transfer that is staged ends with its stop marker or not at all.
 void throwUnfinishedTransferAway() {
   if (const std::size_t count = shared::staging.discard(); count > 0) {
@@ -65,16 +83,13 @@ void DataTask::serveConnections(const Poco::Net::ServerSocket& server) {
   DataReactor reactor;
   const ConnectionAcceptor acceptor(server, reactor);
   console::line("data sock OK!");
-  Poco::Thread reactorThread;
-  reactorThread.start(reactor);
-
-  while (!mustPause() && !shared::dataReinitReq) {
-    sleepMs(kFlagPollMs);
+  {
+    const ReactorThread thread(reactor);
+    while (!mustPause() && !shared::dataReinitReq) {
+      sleepMs(kFlagPollMs);
+    }
+    console::line("data sock Paused!");
   }
-
-  console::line("data sock Paused!");
-  reactor.close();
-  reactorThread.join();
   // Only now: until its thread has ended, a connection may still fail and ask for what is under way.
   shared::dataReinitReq = false;
   throwUnfinishedTransferAway();

@@ -2,7 +2,7 @@
 
 #include "base/console.h"
 
-#include <Poco/Exception.h>
+#include <exception>
 
 namespace quendal {
 
@@ -13,7 +13,7 @@ unsigned readStage(PacketReader& reader, const ReadStage& stage, std::span<std::
     }
     console::line(stage.closedMessage);
     return stage.closedCode;
-  } catch (const Poco::Exception& failure) {
+  } catch (const std::exception& failure) {
     console::failure(stage.exceptionHeading, failure);
     if (stage.closedMessageAfterException) {
       console::line(stage.closedMessage);

@@ -127,7 +127,7 @@ Outcome receive(std::string_view bytes, std::span<const std::size_t> sizes) {
     DataReactor reactor;
     current = &reactor;
     DataServiceHandler handler(socket, reactor);
-    handler.onReadable({});
+    handler.onReadable();
   }
   return {.messages = capture.text(), .events = fake::events(), .files = filesBelow(root)};
 }

@@ -25,6 +25,12 @@ LoopbackPair connectLoopback() {
   return pair;
 }
 
+LoopbackPair connectWithByteReady() {
+  LoopbackPair pair = connectLoopback();
+  sendAll(pair.transmitter, "x");
+  return pair;
+}
+
 void sendAll(Poco::Net::StreamSocket& socket, const std::string& bytes) {
   std::size_t sent = 0;
   while (sent < bytes.size()) {

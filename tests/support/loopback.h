@@ -17,6 +17,9 @@ struct LoopbackPair {
 
 LoopbackPair connectLoopback();
 
+/// A connection whose accepted end has one byte to read.
+LoopbackPair connectWithByteReady();
+
 /// Sends all of `bytes`.
 void sendAll(Poco::Net::StreamSocket& socket, const std::string& bytes);
 

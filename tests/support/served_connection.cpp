@@ -16,7 +16,6 @@ constexpr Poco::Timespan::TimeDiff kPollUs = 1000;
 
 ServedConnection::ServedConnection() : pair_(connectLoopback()), peer_(pair_.transmitter.address().toString()) {
   shared::dataReinitReq = false;
-  reactor_.setTimeout(Poco::Timespan(kPollUs));
   new DataServiceHandler(pair_.accepted, reactor_);  // deletes itself when the reactor shuts down
   pair_.accepted.setReceiveTimeout(Poco::Timespan(kPollUs));
 }

@@ -32,12 +32,12 @@ class Acceptor : public testing::Test {
   ~Acceptor() override {
     setrlimit(RLIMIT_NOFILE, &before);
     reactor.close();
-    reactor.run();  // only the shutdown notification, which deletes the handlers
+    reactor.run();  // only the shutdown, which deletes the handlers
   }
 
   StreamSocket connect() const { return StreamSocket(server.address()); }
 
-  void accept() { acceptor.onConnection(nullptr); }
+  void accept() { acceptor.onConnection(); }
 
   void limitDescriptors(rlim_t count) const {
     const rlimit limit{count, before.rlim_max};

@@ -73,14 +73,14 @@ TEST(DataServiceHandler, EachNotificationReadsOnePacketThoughTheSegmentHoldsMore
   auto* handler = new DataServiceHandler(pair.accepted, reactor);
   sendAll(pair.transmitter, headerElement(1, 21) + headerElement(2, 22) + commandStatusElement());
 
-  handler->onReadable(nullptr);
+  handler->onReadable();
   EXPECT_EQ(shared::dataRxRecord.headerLength, 21U);
-  handler->onReadable(nullptr);
+  handler->onReadable();
   EXPECT_EQ(shared::dataRxRecord.headerLength, 22U);
   EXPECT_EQ(pair.accepted.available(), 0) << "the second one's command status is read with it";
 
   reactor.close();
-  reactor.run();  // only the shutdown notification, which deletes the handler
+  reactor.run();  // only the shutdown, which deletes the handler
 }
 
 TEST(DataServiceHandler, HeaderFieldsGoIntoTheRecord) {
@@ -183,12 +183,11 @@ TEST(DataServiceHandler, NothingMoreIsReadOnceTheReactorIsClosing) {
   const ErrorStreamCapture capture;
   LoopbackPair pair = connectLoopback();
   DataReactor reactor;
-  auto* handler = new DataServiceHandler(pair.accepted, reactor);
+  new DataServiceHandler(pair.accepted, reactor);
   sendAll(pair.transmitter, "rubbish that is no packet at all");
   reactor.close();
 
-  handler->onReadable(nullptr);
-  reactor.run();  // only the shutdown notification, which deletes the handler
+  reactor.run();  // only the shutdown, which deletes the handler
 
   EXPECT_EQ(capture.text().find("Error Network packet format"), std::string::npos);
   EXPECT_FALSE(shared::dataReinitReq);
