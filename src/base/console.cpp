@@ -25,6 +25,11 @@ class Console {
     }
   }
 
+  void drop() {
+    const std::scoped_lock lock(mutex_);
+    ++dropped_;
+  }
+
   void flush() {
     const std::scoped_lock lock(mutex_);
     if (isBetweenMessages() && dropped_ > 0 && begin(notice())) {
@@ -68,26 +73,37 @@ Console& console() {
   return *instance;
 }
 
+// For want of memory a message is dropped as for want of room: whoever reports that something has failed must not
+// fail by it.
+template <typename Step>
+void makeOrDrop(const Step& step) noexcept {
+  try {
+    step();
+  } catch (const std::exception&) {
+    console().drop();
+  }
+}
+
 }  // namespace
 
-void write(std::string_view text) {
-  console().write(text);
+void write(std::string_view text) noexcept {
+  makeOrDrop([&] { console().write(text); });
 }
 
-void line(std::string_view text) {
-  std::string message("\n");
-  message.append(text);
-  write(message);
+void line(std::string_view text) noexcept {
+  makeOrDrop([&] { console().write(std::string("\n").append(text)); });
 }
 
-void failure(std::string_view heading, const std::exception& failure, std::string_view label) {
-  std::string message(heading);
-  message.append("\n").append(label).append(failureText(failure));
-  line(message);
+void failure(std::string_view heading, const std::exception& failure, std::string_view label) noexcept {
+  makeOrDrop([&] {
+    std::string message("\n");
+    message.append(heading).append("\n").append(label).append(failureText(failure));
+    console().write(message);
+  });
 }
 
-void flush() {
-  console().flush();
+void flush() noexcept {
+  makeOrDrop([] { console().flush(); });
 }
 
 std::string failureText(const std::exception& failure) {

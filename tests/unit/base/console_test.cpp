@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cstddef>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -119,6 +120,17 @@ TEST(ErrorStreamChannel, IsKnownToTheLoggingConfiguration) {
   channel->log(Poco::Message("source", "text", Poco::Message::PRIO_INFORMATION));
 
   EXPECT_EQ(capture.text(), "text\n");
+}
+
+TEST(Console, MessageForWhichThereIsNoMemoryIsCountedAsDroppedAndThrowsNothing) {
+  const ErrorStreamCapture capture;
+  const volatile std::size_t more = std::string().max_size() + 1;
+
+  console::write("first");
+  console::line(std::string_view("", more));
+  console::write("next");
+
+  EXPECT_EQ(capture.text(), "first\nError stream: 1 message droppednext");
 }
 
 }  // namespace
