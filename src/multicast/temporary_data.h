@@ -18,7 +18,8 @@ enum class TemporarySaving {
 /// files can be guessed, and a link planted under one must not lead the data elsewhere.
 TemporarySaving saveTemporaryData(const std::string& path, std::span<const std::byte> data);
 
-/// Takes a temporary file away at the end of the scope, whatever happens in it; says so if it cannot.
+/// Takes a temporary file away at the end of the scope, whatever happens in it; tries three times, and says so if it
+/// cannot.
 class TemporaryDataRemover {
  public:
   /// `path` is looked at only then: it may be empty and filled later, and is emptied.

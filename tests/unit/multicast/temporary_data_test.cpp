@@ -1,6 +1,7 @@
 #include "multicast/temporary_data.h"
 
 #include "support/error_stream_capture.h"
+#include "support/failing_unlink.h"
 #include "support/packet_builder.h"
 #include "support/temporary_folder.h"
 
@@ -8,6 +9,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <csignal>
 #include <filesystem>
 
@@ -110,6 +112,29 @@ TEST(TemporaryDataRemover, MissingFileIsNoError) {
 
   EXPECT_EQ(path, "");
   EXPECT_EQ(capture.text(), "");
+}
+
+TEST(TemporaryDataRemover, RemovalThatFailsTwiceIsTriedOnceMoreAndLeavesNothing) {
+  const TemporaryFolder folder;
+  const ErrorStreamCapture capture;
+  std::string path = folder.writeFile("file", "data");
+  fake::failUnlink(2, EIO);
+  { const TemporaryDataRemover remover(path); }
+
+  EXPECT_FALSE(fs::exists(folder.path() + "/file"));
+  EXPECT_EQ(capture.text(), "");
+}
+
+TEST(TemporaryDataRemover, RemovalThatFailsThreeTimesIsGivenUpAndReported) {
+  const TemporaryFolder folder;
+  const ErrorStreamCapture capture;
+  const std::string file = folder.writeFile("file", "data");
+  std::string path = file;
+  fake::failUnlink(3, EIO);
+  { const TemporaryDataRemover remover(path); }
+
+  EXPECT_TRUE(fs::exists(file));
+  EXPECT_EQ(capture.text(), "\ntemporary file not removed:" + file + ": Input/output error");
 }
 
 TEST(TemporaryDataRemover, WhatCannotBeRemovedStaysAndIsReported) {
