@@ -1,9 +1,11 @@
 #include "video/video_capture.h"
 
 #include "base/console.h"
+#include "base/platform.h"
 #include "video/video_state.h"
 
 #include <pcap/pcap.h>
+#include <poll.h>
 
 #include <array>
 
@@ -14,7 +16,9 @@ constexpr int kSnapLength = 500;
 constexpr int kPromiscuous = 1;
 constexpr int kReadTimeoutMs = 1000;
 constexpr int kOptimise = 1;
-constexpr int kUntilBroken = -1;
+constexpr int kAllThatAreThere = -1;
+constexpr int kNonBlocking = 1;
+constexpr int kLookMs = 100;
 
 bool setFilter(pcap_t* handle, const std::string& interface, const std::string& filter, std::string& report) {
   bpf_u_int32 net = 0;
@@ -61,27 +65,26 @@ void VideoCapture::open(const std::string& interface, const std::string& group) 
     console::line(report);
   }
   lastFailure_ = isOpened ? std::string() : report;
-  const std::scoped_lock lock(mutex_);
   handle_ = std::move(opened);
 }
 
-// Withdraws the handle first and closes it behind the lock: closing waits for the kernel, and nobody
-// who breaks the loop should wait with it.
-void VideoCapture::close() {
-  Handle closing;
-  const std::scoped_lock lock(mutex_);
-  closing.swap(handle_);
-}
-
-bool VideoCapture::run() {
-  return pcap_loop(handle_.get(), kUntilBroken, &onVideoPacket, nullptr) != PCAP_ERROR;
-}
-
-void VideoCapture::breakLoop() {
-  const std::scoped_lock lock(mutex_);
-  if (handle_ != nullptr) {
-    pcap_breakloop(handle_.get());
+// Not by pcap_loop, which waits for packets without limit: breaking it off needs a descriptor of the library's and
+// a write that may both fail, and a capture without packets would hold the end of the service for ever. So the wait
+// is our own. What is ready and still gives no packet, such as an error of the interface, or a wait that fails at
+// once, must not take a whole core.
+bool VideoCapture::run(const std::function<bool()>& isOver) {
+  while (!isOver()) {
+    pollfd packets{.fd = pcap_get_selectable_fd(handle_.get()), .events = POLLIN, .revents = 0};
+    const bool waited = ::poll(&packets, 1, kLookMs) == 0;
+    const int count = pcap_dispatch(handle_.get(), kAllThatAreThere, &onVideoPacket, nullptr);
+    if (count < 0) {
+      return false;
+    }
+    if (count == 0 && !waited) {
+      platform::sleepMs(kLookMs);
+    }
   }
+  return true;
 }
 
 VideoCapture::Handle VideoCapture::openFiltered(const std::string& interface, const std::string& group,
@@ -93,6 +96,10 @@ VideoCapture::Handle VideoCapture::openFiltered(const std::string& interface, co
     return nullptr;
   }
   report = "pcap_open_live OK!\n\nhandle ether, DLT: " + std::to_string(pcap_datalink(handle.get()));
+  if (pcap_setnonblock(handle.get(), kNonBlocking, error.data()) != 0) {
+    report += std::string("\npcap_setnonblock, err:") + error.data();
+    return nullptr;
+  }
   if (!setFilter(handle.get(), interface, captureFilter(group), report)) {
     return nullptr;
   }

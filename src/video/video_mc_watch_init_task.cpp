@@ -32,7 +32,8 @@ void VideoMcWatchInitTask::serveCapture() {
   if (shared::videoCaptureReopenReq.exchange(false) || isOpeningDue()) {
     openCapture();
   }
-  if (shared::linkUp && videoCapture.isOpen() && !mustStop() && !videoCapture.run()) {
+  const auto isOver = [this] { return mustStop() || shared::videoCaptureReopenReq; };
+  if (shared::linkUp && videoCapture.isOpen() && !videoCapture.run(isOver)) {
     videoCapture.close();
   }
 }
@@ -45,13 +46,6 @@ void VideoMcWatchInitTask::openCapture() {
   isWanted_ = true;
   lastOpening_ = platform::now();
   videoCapture.open(shared::netIfName, shared::videoMcAddress);
-}
-
-// The cancellation is noted before the loop is broken: a capture that is being opened meanwhile is not
-// there to be broken yet, and the task's thread looks at the note once it is.
-void VideoMcWatchInitTask::cancel() {
-  ServiceTask::cancel();
-  videoCapture.breakLoop();
 }
 
 }  // namespace quendal

@@ -9,8 +9,7 @@ namespace quendal {
 
 /// Owns the capture (video_capture.h). While the link is up it opens the capture anew whenever
 /// `videoCaptureReopenReq` is raised, which it clears, and runs it. The thread then stays in the
-/// capture's loop until a re-open is requested, as it is at each loss of the link, or the task is
-/// cancelled; VideoMcWatchTask ends the loop for the former, cancel for the latter.
+/// capture's loop until a re-open is requested, as it is at each loss of the link, or the task has to end.
 ///
 /// A capture that could not be opened, and one whose interface has gone, is opened anew at the next
 /// request, or without one ten seconds after the last opening. Before the first request nothing is.
@@ -19,9 +18,6 @@ class VideoMcWatchInitTask : public ServiceTask {
   VideoMcWatchInitTask();
 
   void runTask() override;
-
-  /// Ends the task, out of a capture without packets, too. Any thread.
-  void cancel() override;
 
  private:
   void serveCapture();

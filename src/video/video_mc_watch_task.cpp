@@ -4,7 +4,6 @@
 #include "ipc/semaphore_table.h"
 #include "network/network_state.h"
 #include "video/silence_rule.h"
-#include "video/video_capture.h"
 #include "video/video_state.h"
 
 namespace quendal {
@@ -26,9 +25,6 @@ void VideoMcWatchTask::watch() {
   watchLink();
   if (shared::linkUp && shared::videoWatchEnabled) {
     watchOneSecond();
-  }
-  if (shared::videoCaptureReopenReq) {
-    videoCapture.breakLoop();
   }
 }
 

@@ -11,8 +11,7 @@ namespace quendal {
 /// that the capture has counted, and posts NETW_UTIL_DN by the silence rule (silence_rule.h).
 ///
 /// It also requests a re-open when the link goes, so that the next link-up finds the interface as it is
-/// then, and breaks the capture's loop when a re-open is requested, since the thread in that loop sees
-/// neither flags nor time. Ends with `stopReq` or cancellation.
+/// then. Ends with `stopReq` or cancellation.
 class VideoMcWatchTask : public ServiceTask {
  public:
   VideoMcWatchTask();

@@ -165,10 +165,9 @@ TEST(VideoCaptureInit, ACancellationBeforeItsStartEndsIt) {
   EXPECT_TRUE(fake::events().empty());
 }
 
-TEST(VideoCapture, BreakingAClosedOneDoesNothing) {
+TEST(VideoCapture, ClosingAClosedOneDoesNothing) {
   VideoCapture capture;
 
-  capture.breakLoop();
   capture.close();
 
   EXPECT_FALSE(capture.isOpen());
