@@ -3,12 +3,11 @@
 #include "app/quendal_app.h"
 #include "base/console.h"
 
-#include <Poco/Exception.h>
-
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <csignal>
+#include <exception>
 
 namespace {
 
@@ -42,8 +41,8 @@ int main(int argc, char** argv) {
   try {
     quendal::QuendalApp app;
     return app.run(argc, argv);
-  } catch (const Poco::Exception& failure) {
-    quendal::console::write(failure.displayText() + "\n");
+  } catch (const std::exception& failure) {
+    quendal::console::write(quendal::console::failureText(failure) + "\n");
     return Poco::Util::Application::EXIT_SOFTWARE;
   }
 }

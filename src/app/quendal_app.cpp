@@ -1,5 +1,6 @@
 #include "app/quendal_app.h"
 
+#include "app/running_tasks.h"
 #include "app/startup_config.h"
 #include "base/console.h"
 #include "base/error_stream_channel.h"
@@ -14,7 +15,6 @@
 #include "video/video_mc_watch_init_task.h"
 #include "video/video_mc_watch_task.h"
 
-#include <Poco/TaskManager.h>
 #include <Poco/Util/HelpFormatter.h>
 #include <Poco/Util/Option.h>
 #include <Poco/Util/OptionCallback.h>
@@ -104,7 +104,7 @@ int QuendalApp::main(const ArgVec& /*arguments*/) {
 }
 
 void QuendalApp::runTasks() {
-  Poco::TaskManager tasks;
+  RunningTasks tasks;
   // Created before any task is started: its constructor gives the flags their start values.
   auto* mainTask = new MainTask;
   tasks.start(mainTask);
@@ -114,12 +114,6 @@ void QuendalApp::runTasks() {
   tasks.start(new VideoMcWatchInitTask);
 
   waitForTerminationRequest();
-
-  shared::stopReq = true;
-  shared::dataStopReq = true;
-  shared::auxStopReq = true;
-  tasks.cancelAll();
-  tasks.joinAll();
 }
 
 }  // namespace quendal

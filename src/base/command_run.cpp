@@ -10,6 +10,7 @@
 #include <atomic>
 #include <csignal>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <thread>
 #include <utility>
@@ -84,7 +85,8 @@ class Moment {
 class CommandRun {
  public:
   CommandRun(const CommandRequest& request, const CommandLimits& limits, ChildProcess child)
-      : request_(request), limits_(limits), child_(std::move(child)), lastCount_(progressCount()) {
+      : request_(request), limits_(limits), child_(std::move(child)) {
+    lastCount_ = progressCount();
     progress_.set();
   }
 
@@ -105,7 +107,14 @@ class CommandRun {
   }
 
  private:
-  std::uint64_t progressCount() const { return request_.progress ? request_.progress() : 0; }
+  // A look for which there is no memory has seen nothing new: the child must not be left alone with that.
+  std::uint64_t progressCount() const {
+    try {
+      return request_.progress ? request_.progress() : 0;
+    } catch (const std::bad_alloc&) {
+      return lastCount_;
+    }
+  }
 
   // Waits until the next look is due; has all ended that has to? What a command leaves behind on purpose, such as
   // a DHCP client, is left alone; one that hangs is ended with all that belongs to it.
@@ -163,7 +172,7 @@ class CommandRun {
   const CommandRequest& request_;
   const CommandLimits& limits_;
   ChildProcess child_;
-  std::uint64_t lastCount_;
+  std::uint64_t lastCount_ = 0;
   Moment progress_;
   Moment stop_;
   Moment terminated_;

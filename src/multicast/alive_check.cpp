@@ -14,11 +14,11 @@
 #include "multicast/temporary_data.h"
 #include "transfer/packet/lcd_packet.h"
 
-#include <Poco/Exception.h>
 #include <Poco/Net/StreamSocket.h>
 #include <Poco/TemporaryFile.h>
 #include <Poco/Timespan.h>
 
+#include <exception>
 #include <string>
 
 namespace quendal {
@@ -37,7 +37,7 @@ bool takeTransmitterServer(const std::string& path) {
     shared::dataPortValue = static_cast<std::uint32_t>(request->getInt(kServerPortKey));
     shared::tcpServerIp = request->getString(kServerIpKey);
     return true;
-  } catch (const Poco::Exception& failure) {
+  } catch (const std::exception& failure) {
     console::failure("Excp met handling chk alive file element", failure);
     return false;
   }
@@ -69,7 +69,7 @@ void replyByTcp(LcdPacketRecord& reply) {
     Send_mcLCDPacket_ByTCP(reply, socket);
     socket.close();
     rememberReply();
-  } catch (const Poco::Exception&) {
+  } catch (const std::exception&) {
     return;
   }
 }

@@ -9,6 +9,7 @@
 #include <Poco/Timespan.h>
 
 #include <cerrno>
+#include <exception>
 #include <string>
 
 namespace quendal {
@@ -26,7 +27,7 @@ class Attempt {
     try {
       step();
       return true;
-    } catch (const Poco::Exception& failure) {
+    } catch (const std::exception& failure) {
       if (!isSilent_) {
         console::failure("McTask: Exception Met!", failure);
       }
@@ -107,7 +108,7 @@ bool settleMulticastSocket() {
 void closeMulticastSocket() {
   try {
     shared::mcSocket.close();
-  } catch (const Poco::Exception& failure) {
+  } catch (const std::exception& failure) {
     console::failure("McTask: Exception Met closing socket!", failure, "Exception Info:");
   }
 }

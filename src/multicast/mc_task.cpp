@@ -22,6 +22,7 @@ namespace quendal {
 namespace {
 
 constexpr long kPauseMs = 1000;
+constexpr const char* kFailureHeading = "McTask: Exception Met!";
 
 McSocketState openSocket() {
   console::line("McTask: trigger has arrived, init/re-init mc socket...");
@@ -48,6 +49,11 @@ int readHour() {
   return shared::cycleDateTime.hour();
 }
 
+// Lives as long as the process: senders may read it until the end.
+void makeBindAddress() {
+  shared::mcBindAddress = new Poco::Net::SocketAddress(shared::mcGroupAddress.toString(), shared::mcPort);
+}
+
 void rememberRelaunch(int hour) {
   shared::lastRelaunchHour = hour;
   console::write("relauching mcast thread at hour:" + std::to_string(hour) + "...");
@@ -58,10 +64,11 @@ void rememberRelaunch(int hour) {
 McTask::McTask() : PausableTask("McTask", shared::stopReq, shared::mcPauseFlags()) {}
 
 void McTask::runTask() {
-  // Lives as long as the process: senders may read it until the end.
-  shared::mcBindAddress = new Poco::Net::SocketAddress(shared::mcGroupAddress.toString(), shared::mcPort);
+  while (!mustStop() && !guard(kFailureHeading, &makeBindAddress)) {
+    sleepMs(kPauseMs);
+  }
   while (!mustStop()) {
-    const bool served = guard("McTask: Exception Met!", [this] {
+    const bool served = guard(kFailureHeading, [this] {
       if (awaitRelease()) {
         serve(openSocket());
       }
@@ -129,7 +136,7 @@ McTask::Reception McTask::receiveDatagram() {
     return Reception::kDatagram;
   } catch (const Poco::TimeoutException&) {
     return Reception::kTimeout;
-  } catch (const Poco::Exception& failure) {
+  } catch (const std::exception& failure) {
     console::failure("McTask: Exception Met during receive/listen!", failure, "Exception Info:");
     return Reception::kFailure;
   }
@@ -166,7 +173,7 @@ void McTask::handleDatagram() {
   }
   try {
     handleMcPacket();
-  } catch (const Poco::Exception&) {
+  } catch (const std::exception&) {
     // A reply that could not be prepared: the next datagram, or this one again, tries anew.
     sleepMs(kPauseMs);
   }

@@ -9,6 +9,7 @@
 #include <Poco/FileStream.h>
 #include <Poco/Net/SocketAddress.h>
 
+#include <exception>
 #include <span>
 #include <string>
 
@@ -43,7 +44,7 @@ template <typename Transmit>
 void send(LcdPacketRecord& packet, std::uint64_t fileSize, const char* failureHeading, const Transmit& transmit) {
   try {
     transmit(assemble(packet, fileSize));
-  } catch (const Poco::Exception& failure) {
+  } catch (const std::exception& failure) {
     console::failure(failureHeading, failure);
   }
 }

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <future>
 #include <memory>
+#include <system_error>
 #include <thread>
 
 namespace quendal {
@@ -16,18 +17,27 @@ using Poco::Net::SocketAddress;
 
 namespace {
 
+std::future<SocketAddress> beginLookUp(const std::string& host, std::uint16_t port) {
+  const auto resolved = std::make_shared<std::promise<SocketAddress>>();
+  std::future<SocketAddress> address = resolved->get_future();
+  try {
+    std::thread([resolved, host, port] {
+      try {
+        resolved->set_value(SocketAddress(host, port));
+      } catch (...) {
+        resolved->set_exception(std::current_exception());
+      }
+    }).detach();
+  } catch (const std::system_error& failure) {
+    throw Poco::SystemException("no thread to look " + host + " up", failure.what());
+  }
+  return address;
+}
+
 // The system's resolver has no time limit that a caller could set, and may take half a minute when the
 // name server is silent. So it works on a thread of its own, which is left to its fate when it is late.
 SocketAddress lookUp(const std::string& host, std::uint16_t port, const Poco::Timespan& timeout) {
-  const auto resolved = std::make_shared<std::promise<SocketAddress>>();
-  std::future<SocketAddress> address = resolved->get_future();
-  std::thread([resolved, host, port] {
-    try {
-      resolved->set_value(SocketAddress(host, port));
-    } catch (...) {
-      resolved->set_exception(std::current_exception());
-    }
-  }).detach();
+  std::future<SocketAddress> address = beginLookUp(host, port);
   if (address.wait_for(std::chrono::microseconds(timeout.totalMicroseconds())) != std::future_status::ready) {
     throw Poco::TimeoutException(host);
   }

@@ -12,6 +12,7 @@
 #include <array>
 #include <cerrno>
 #include <cstddef>
+#include <exception>
 #include <filesystem>
 #include <span>
 #include <system_error>
@@ -105,7 +106,7 @@ void copyStickFile(const std::string& folder, const std::string& directory, cons
   FencedFile target(directory, name, source.permissions());
   try {
     copyBytes(source, target);
-  } catch (const Poco::Exception&) {
+  } catch (const std::exception&) {
     std::error_code ignored;
     std::filesystem::remove(directory + "/" + name, ignored);
     throw;

@@ -121,7 +121,7 @@ void placeFiles(int stagingFolder, const std::string& target, const std::vector<
   for (const StagedFile& file : files) {
     try {
       folders.insert(placeFile(stagingFolder, target, file));
-    } catch (const Poco::Exception&) {
+    } catch (const std::exception&) {
       refused = refused ? refused : std::current_exception();
     }
   }

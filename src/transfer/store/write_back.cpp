@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <condition_variable>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <system_error>
 #include <thread>
@@ -69,9 +70,13 @@ struct WriteBack::State {
     return std::any_of(fileSystems.begin(), fileSystems.end(),
                        [device](const FileSystem& one) { return one.device == device; });
   }
-  void fail(const std::string& folder, int error) {
-    console::line("Received files cannot be written to the disk: " + folder + ": " + Poco::Error::getMessage(error));
+  void fail(const std::string& folder, int error) noexcept {
     ++failures;
+    try {
+      console::line("Received files cannot be written to the disk: " + folder + ": " + Poco::Error::getMessage(error));
+    } catch (const std::bad_alloc&) {
+      console::line("Received files cannot be written to the disk");
+    }
   }
   bool isClean() const { return !writing && written == stored; }
   void closeAll() {

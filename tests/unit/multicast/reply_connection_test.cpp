@@ -1,6 +1,7 @@
 #include "multicast/reply_connection.h"
 
 #include "support/loopback.h"
+#include "support/no_threads.h"
 #include "support/reply_server.h"
 
 #include <Poco/Clock.h>
@@ -50,6 +51,14 @@ TEST(ReplyConnection, WhatIsNoHostThrows) {
   for (const std::string& host : {std::string(), tooLongForAName}) {
     EXPECT_THROW(connectForReply(host, 1, kPatience), Poco::Exception) << host;
   }
+}
+
+TEST(ReplyConnection, NameThatNoThreadCanLookUpIsNoHost) {
+  const ReplyServer server;
+  const NoThreads noThreads;
+
+  EXPECT_THROW(connectForReply("localhost", server.port(), kPatience), Poco::SystemException);
+  EXPECT_NO_THROW(connectForReply("127.0.0.1", server.port(), kPatience)) << "an address needs none";
 }
 
 // A listener whose backlog is full lets further connections hang, as a host that swallows packets does.

@@ -6,6 +6,7 @@
 #include "support/eventually.h"
 #include "support/fake_platform.h"
 #include "support/loopback.h"
+#include "support/no_threads.h"
 #include "support/packet_builder.h"
 #include "support/transfer_folder.h"
 #include "transfer/transfer_state.h"
@@ -228,6 +229,17 @@ TEST_F(DataTaskTest, PortOfAnotherServiceIsReportedAndTriedAgainAfterTenSeconds)
       "use: 0.0.0.0:" +
       std::to_string(port.number());
   EXPECT_TRUE(capture.text().starts_with(kStart + kWaiting + failure + kPaused + kWaiting + kOpen)) << capture.text();
+}
+
+TEST_F(DataTaskTest, ReactorWhoseThreadCannotBeStartedIsTriedAgainAfterTenSeconds) {
+  auto noThreads = std::make_unique<NoThreads>();
+  fake::onEvent([&](const std::string& event) { event == "wait 10000" ? noThreads.reset() : stop(); });
+
+  task.runTask();
+
+  const std::string failure = "\nDataTask: Exception Met!\nException Message:System exception: cannot start thread";
+  EXPECT_TRUE(capture.text().starts_with(kStart + kWaiting + kOpen + failure + kPaused + kWaiting + kOpen))
+      << capture.text();
 }
 
 }  // namespace

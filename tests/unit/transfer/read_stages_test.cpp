@@ -1,11 +1,18 @@
 // Every point at which a packet can be cut: the messages and the code, for a close and for a reset.
+#include "transfer/read_stages.h"
+#include "base/flags.h"
 #include "support/display_trace.h"
+#include "support/error_stream_capture.h"
 #include "support/packet_builder.h"
 #include "support/served_connection.h"
 #include "support/transfer_folder.h"
 
+#include <Poco/Net/StreamSocketImpl.h>
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cstddef>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -24,6 +31,15 @@ struct Row {
   std::string sent;
   std::string afterClose;
   std::string afterReset;
+};
+
+// A connection for whose data there is no memory.
+class OutOfMemory : public Poco::Net::StreamSocketImpl {
+ public:
+  int receiveBytes(void* /*buffer*/, int /*length*/, int /*flags*/) override { throw std::bad_alloc(); }
+
+ protected:
+  ~OutOfMemory() override = default;
 };
 
 std::vector<Row> headerRows() {
@@ -102,6 +118,19 @@ TEST(ReadStages, ResetWithinTheDataReleasesTheDisplayAfterFiveSeconds) {
   connection.runUntilFailure();
 
   EXPECT_EQ(trace.entries(), std::vector<std::string>({"sleep 5000", "post RXCOMPLETE"}));
+}
+
+TEST(ReadStage, ExceptionThatIsNotTheLibrarysIsAFailedReadToo) {
+  const ErrorStreamCapture capture;
+  Poco::Net::StreamSocket socket(Poco::Net::IPAddress::IPv4);
+  const Flag no = false;
+  PacketReader reader(socket, {.stop = no, .pause = no});
+  socket = Poco::Net::StreamSocket(new OutOfMemory);
+  std::array<std::byte, 4> bytes{};
+
+  EXPECT_EQ(readStage(reader, kHeaderStage, bytes, Deadline(kElementTimeout)), 513U);
+
+  EXPECT_EQ(capture.text(), "\nDataProcHeader<pos:1>: Exception Met!\nException Message:std::bad_alloc");
 }
 
 }  // namespace

@@ -1,0 +1,63 @@
+#include "app/running_tasks.h"
+
+#include "base/console.h"
+#include "base/shared_state.h"
+#include "multicast/multicast_state.h"
+#include "transfer/transfer_state.h"
+
+#include <Poco/ErrorHandler.h>
+#include <Poco/Exception.h>
+#include <Poco/Util/Application.h>
+
+#include <cstdlib>
+#include <exception>
+
+namespace quendal {
+namespace {
+
+constexpr int kAttempts = 3;
+
+// Without destructors: other threads are in the middle of their work.
+class FatalErrorHandler : public Poco::ErrorHandler {
+ public:
+  void exception(const Poco::Exception& failure) override { end(failure); }
+  void exception(const std::exception& failure) override { end(failure); }
+  void exception() override { end(Poco::Exception("unknown exception")); }
+
+ private:
+  [[noreturn]] static void end(const std::exception& failure) {
+    console::failure("A thread has ended: Exception Met!", failure);
+    std::_Exit(Poco::Util::Application::EXIT_SOFTWARE);
+  }
+};
+
+// The library needs some memory for what it does on the way.
+template <typename Step>
+void insistOn(const Step& step) {
+  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    try {
+      step();
+      return;
+    } catch (const std::exception& failure) {
+      console::failure("QuendalApp: Exception Met!", failure);
+    }
+  }
+}
+
+}  // namespace
+
+// Never freed: a thread may need it for as long as the process lives.
+RunningTasks::RunningTasks() {
+  static auto* const handler = new FatalErrorHandler;
+  Poco::ErrorHandler::set(handler);
+}
+
+RunningTasks::~RunningTasks() {
+  shared::stopReq = true;
+  shared::dataStopReq = true;
+  shared::auxStopReq = true;
+  insistOn([this] { tasks_.cancelAll(); });
+  insistOn([this] { tasks_.joinAll(); });
+}
+
+}  // namespace quendal
