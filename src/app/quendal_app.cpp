@@ -1,5 +1,6 @@
 #include "app/quendal_app.h"
 
+#include "app/default_configuration.h"
 #include "app/running_tasks.h"
 #include "app/startup_config.h"
 #include "base/console.h"
@@ -15,6 +16,7 @@
 #include "video/video_mc_watch_init_task.h"
 #include "video/video_mc_watch_task.h"
 
+#include <Poco/Path.h>
 #include <Poco/Util/HelpFormatter.h>
 #include <Poco/Util/Option.h>
 #include <Poco/Util/OptionCallback.h>
@@ -54,8 +56,20 @@ QuendalApp::QuendalApp() {
 }
 
 void QuendalApp::initialize(Poco::Util::Application& self) {
-  loadConfiguration();
+  loadDefaultConfiguration();
   Poco::Util::ServerApplication::initialize(self);
+}
+
+// The files beside the executable or above, as the library's own loadConfiguration, but for the way of reading.
+void QuendalApp::loadDefaultConfiguration() {
+  const std::string name = config().getString("application.baseName");
+  for (const char* format : kConfigurationFormats) {
+    Poco::Path file(name + "." + format);
+    if (findFile(file)) {
+      config().add(readConfigurationFile(file.toString(), format), PRIO_DEFAULT);
+      config().setString("application.configDir", file.absolute().parent().toString());
+    }
+  }
 }
 
 void QuendalApp::uninitialize() {

@@ -31,6 +31,7 @@ class QuendalApp : public Poco::Util::ServerApplication {
  private:
   void handleHelp(const std::string& name, const std::string& value);
   void handleVersion(const std::string& name, const std::string& value);
+  void loadDefaultConfiguration();
   void runTasks();
 
   bool helpRequested = false;

@@ -1,18 +1,10 @@
 #include "base/ini_file.h"
 
-#include "base/descriptor.h"
-#include "base/interrupted_call.h"
-#include "base/text.h"
+#include "base/plain_file.h"
 
 #include <Poco/Exception.h>
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <array>
-#include <cerrno>
 #include <sstream>
 #include <string_view>
 #include <utility>
@@ -22,7 +14,6 @@ namespace {
 
 using Poco::Util::IniFileConfiguration;
 
-constexpr std::size_t kReadSize = 16384;
 constexpr std::size_t kMaxStoredSize = 8 * kMaxIniFileSize;
 constexpr std::size_t kEntryOverhead = 64;  // about what an entry costs beside its texts
 constexpr std::size_t kLeastTextHandedOut = 65536;
@@ -73,42 +64,6 @@ std::size_t storedSize(std::string_view text) {
   return size;
 }
 
-[[noreturn]] void refuseToOpen(const std::string& path, int error) {
-  switch (error) {
-    case ENOENT:
-      throw Poco::FileNotFoundException(path);
-    case EACCES:
-      throw Poco::FileAccessDeniedException(path);
-    default:
-      throw Poco::OpenFileException(withReason(path, error));
-  }
-}
-
-std::string readPlainFile(const std::string& path) {
-  const Descriptor file(
-      retryInterrupted([&] { return ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC); }));
-  if (!file.isOpen()) {
-    refuseToOpen(path, errno);
-  }
-  struct stat status {};
-  if (::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
-    throw Poco::OpenFileException(path + ": not a plain file");
-  }
-  std::string text;
-  std::array<char, kReadSize> part{};
-  while (text.size() <= kMaxIniFileSize) {
-    const ssize_t count = retryInterrupted([&] { return ::read(file.get(), part.data(), part.size()); });
-    if (count < 0) {
-      throw Poco::ReadFileException(withReason(path, errno));
-    }
-    if (count == 0) {
-      return text;
-    }
-    text.append(part.data(), static_cast<std::size_t>(count));
-  }
-  throw Poco::ReadFileException(path + ": more than " + std::to_string(kMaxIniFileSize) + " bytes");
-}
-
 }  // namespace
 
 IniFile parseIniText(const std::string& text, const std::string& name) {
@@ -120,7 +75,7 @@ IniFile parseIniText(const std::string& text, const std::string& name) {
 }
 
 IniFile loadIniFile(const std::string& path) {
-  return parseIniText(readPlainFile(path), path);
+  return parseIniText(readPlainFile(path, kMaxIniFileSize), path);
 }
 
 }  // namespace quendal

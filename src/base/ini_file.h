@@ -24,11 +24,8 @@ inline constexpr std::size_t kMaxIniFileSize = std::size_t{1024} * 1024;
 /// Poco::CircularReferenceException when they lead to themselves; else all is as the library has it.
 IniFile parseIniText(const std::string& text, const std::string& name);
 
-/// Reads the file at `path` likewise. It must be a plain file of at most kMaxIniFileSize bytes; what waits for
-/// others when it is opened, such as a FIFO, does not hold the caller.
-///
-/// Throws Poco::FileNotFoundException when there is none, Poco::FileAccessDeniedException, and
-/// Poco::OpenFileException or Poco::ReadFileException, saying why, for all else.
+/// Reads the file at `path` likewise, which must be a plain one of at most kMaxIniFileSize bytes; throws as
+/// readPlainFile when it cannot be read.
 IniFile loadIniFile(const std::string& path);
 
 }  // namespace quendal
