@@ -17,6 +17,7 @@ namespace quendal {
 namespace {
 
 constexpr std::size_t kReadSize = 16384;
+constexpr std::size_t kMaxSystemFileSize = 65536;
 
 [[noreturn]] void refuseToOpen(const std::string& path, int error) {
   switch (error) {
@@ -54,6 +55,14 @@ std::string readPlainFile(const std::string& path, std::size_t maxSize) {
     text.append(part.data(), static_cast<std::size_t>(count));
   }
   throw Poco::ReadFileException(path + ": more than " + std::to_string(maxSize) + " bytes");
+}
+
+std::string readSystemFile(const std::string& path) {
+  try {
+    return readPlainFile(path, kMaxSystemFileSize);
+  } catch (const Poco::Exception&) {
+    return {};
+  }
 }
 
 }  // namespace quendal

@@ -13,4 +13,8 @@ namespace quendal {
 /// Poco::OpenFileException or Poco::ReadFileException, saying why, for all else.
 std::string readPlainFile(const std::string& path, std::size_t maxSize);
 
+/// The contents of a file of the kernel's own, below /proc or /sys: at most some KiB. Empty when it cannot be read;
+/// an interface or a drive may have gone since it was last seen. Throws nothing but std::bad_alloc.
+std::string readSystemFile(const std::string& path);
+
 }  // namespace quendal

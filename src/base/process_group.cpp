@@ -1,9 +1,9 @@
 #include "base/process_group.h"
 
+#include "base/plain_file.h"
+
 #include <filesystem>
-#include <fstream>
 #include <sstream>
-#include <string>
 #include <system_error>
 
 namespace quendal {
@@ -15,10 +15,7 @@ constexpr int kFieldsFromGroupToStart = 16;
 constexpr const char* kDigits = "0123456789";
 
 std::optional<ProcessStat> readStat(const fs::path& folder) {
-  std::ifstream file(folder / "stat");
-  std::string text;
-  std::getline(file, text, '\0');  // a process that goes in between is an error of the read, and leaves nothing
-  return parseProcessStat(text);
+  return parseProcessStat(readSystemFile(folder / "stat"));
 }
 
 }  // namespace

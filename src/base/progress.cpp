@@ -1,11 +1,10 @@
 #include "base/progress.h"
 
+#include "base/plain_file.h"
 #include "base/platform.h"
 
 #include <array>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <sstream>
 #include <system_error>
@@ -21,8 +20,7 @@ constexpr const char* kMemoryInfo = "/proc/meminfo";
 constexpr std::array<std::size_t, 7> kCompletedFields = {0, 2, 4, 6, 11, 13, 15};
 
 std::string readText(const std::string& path) {
-  std::ifstream file(platform::systemPath(path));
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  return readSystemFile(platform::systemPath(path));
 }
 
 // The number behind `key` and its colon.

@@ -1,20 +1,18 @@
 #include "multicast/alive_descriptor.h"
 
+#include "base/plain_file.h"
 #include "base/platform.h"
 #include "base/shared_state.h"
 #include "multicast/temporary_data.h"
 #include "network/network_state.h"
 
-#include <fstream>
-#include <iterator>
 #include <span>
 
 namespace quendal {
 namespace {
 
 std::string readHardwareAddress(const std::string& interface) {
-  std::ifstream file(platform::systemPath("/sys/class/net/" + interface + "/address"), std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  return readSystemFile(platform::systemPath("/sys/class/net/" + interface + "/address"));
 }
 
 }  // namespace

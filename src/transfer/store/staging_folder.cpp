@@ -3,6 +3,7 @@
 #include "base/console.h"
 #include "base/descriptor.h"
 #include "base/fenced_file.h"
+#include "base/plain_file.h"
 #include "base/text.h"
 
 #include <Poco/Exception.h>
@@ -15,8 +16,7 @@
 #include <cerrno>
 #include <exception>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <limits>
 #include <set>
 #include <system_error>
 
@@ -133,10 +133,13 @@ void placeFiles(int stagingFolder, const std::string& target, const std::vector<
   }
 }
 
-// Empty where there is none. A disk that cannot read it throws.
+// Empty where there is none. One that is there and cannot be opened or read throws.
 std::string readJournal(const std::string& target) {
-  std::ifstream file(pathOf(target) + "/" + kJournal, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  try {
+    return readPlainFile(pathOf(target) + "/" + kJournal, std::numeric_limits<std::size_t>::max());
+  } catch (const Poco::FileNotFoundException&) {
+    return {};
+  }
 }
 
 void finish(int stagingFolder, const std::string& target, const std::string& journal) {

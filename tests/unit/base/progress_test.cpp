@@ -85,6 +85,12 @@ TEST_F(ProgressOf, DriveFollowsItsCountersAndAPulledOneStandsStill) {
   EXPECT_EQ(progress(), first + 1);
 }
 
+TEST_F(ProgressOf, DriveWhoseCountersCannotBeReadStandsStill) {
+  std::filesystem::create_directories(root.path() + "/sys/class/block/sda1/stat");
+
+  EXPECT_EQ(driveProgress("sda1")(), 0U);
+}
+
 TEST_F(ProgressOf, FileFollowsItsSize) {
   const Progress progress = fileSizeProgress("/file");
   EXPECT_EQ(progress(), 0U);

@@ -48,6 +48,16 @@ TEST(AliveDescriptor, MissingInterfaceIsNoError) {
   EXPECT_TRUE(readFile(scene.temporaryPath("descriptor")).ends_with("phyAddr=\n"));
 }
 
+TEST(AliveDescriptor, AddressThatCannotBeReadIsNoError) {
+  MulticastScene scene;
+  shared::netIfName = "odd0";
+  std::filesystem::create_directories(scene.folder().path() + "/sys/class/net/odd0/address");
+
+  writeAliveDescriptor(scene.temporaryPath("descriptor"));
+
+  EXPECT_TRUE(readFile(scene.temporaryPath("descriptor")).ends_with("phyAddr=\n"));
+}
+
 TEST(AliveDescriptor, IsNotWrittenThroughAPlantedLink) {
   MulticastScene scene;
   const std::string victim = scene.folder().writeFile("victim", "precious");

@@ -107,7 +107,7 @@ class PowerCutRig:
             on_board(board, _MOVE_IN)
             service = board.start_service()
             end = service.wait_for(console.OPEN, PATIENCE)
-            with Transmitter(board.connect) as transmitter:
+            with Transmitter(lambda: board.connect(PATIENCE)) as transmitter:
                 send(transmitter, self._payload.old)
                 wait_until(board.completed, PATIENCE, "RXCOMPLETE")
             service.wait_for(console.OPEN, PATIENCE, after=end)

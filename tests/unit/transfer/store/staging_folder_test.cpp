@@ -168,6 +168,17 @@ TEST_F(StagingFolder, AJournalThatCannotBeReadStaysForTheNextStart) {
   EXPECT_TRUE(capture.text().starts_with("\nStaged files: Exception Met!")) << capture.text();
 }
 
+TEST_F(StagingFolder, AJournalThatCannotBeOpenedStaysForTheNextStart) {
+  const ErrorStreamCapture capture;
+  collect();
+  fs::create_symlink("journal", staging + "/journal");
+
+  recoverStaging(target);
+
+  EXPECT_TRUE(fs::exists(staging + "/0"));
+  EXPECT_TRUE(capture.text().starts_with("\nStaged files: Exception Met!")) << capture.text();
+}
+
 TEST_F(StagingFolder, ALinkInItsPlaceIsRemovedAndWhatItLeadsToStays) {
   folder.writeFile("outside/file", "safe");
   fs::create_directory_symlink("../outside", staging);
