@@ -35,6 +35,7 @@ class Life:
     seconds: float  # from the start to the signal
     stop_seconds: float  # from the signal to the end
     transfers: int  # that have come to their end in that time
+    was_loading: bool  # the signal came before its own first instruction, and ended it as it would any program
     wrong: list[str]
     last_words: str
 
@@ -72,13 +73,19 @@ class Lives:
         service = self._board.start_service(self._binary, env=self._display.env)
         time.sleep(seconds)
         wrong = [] if service.alive() else [f"it had ended by itself, with status {service.returncode}"]
-        service.send_signal(chance.choice(_SIGNALS))
+        number_of_signal = chance.choice(_SIGNALS)
+        service.send_signal(number_of_signal)
         asked = time.monotonic()
-        wrong += _end(service)
+        status = _await_end(service)
         stop_seconds = time.monotonic() - asked
+        was_loading = status == -number_of_signal and not service.stderr_bytes()
+        if status is None:
+            wrong.append(f"it has not ended in {_STOP_SECONDS} s")
+        elif status != 0 and not was_loading:
+            wrong.append(f"its status was {status}")
         wrong += self._left()
         return Life(number, self._store_mode, seconds, stop_seconds, self._traffic.counts["transfers"] - before,
-                    wrong, service.stderr_text()[-300:])
+                    was_loading, wrong, service.stderr_text()[-300:])
 
     def _left(self) -> list[str]:
         """What is left when what was on its way out has had its moment."""
@@ -90,11 +97,11 @@ class Lives:
         return leftovers(self._board, self._display, TARGET, _SENT)
 
 
-def _end(service: Service) -> list[str]:
+def _await_end(service: Service) -> int | None:
+    """Its status; None when it had to be killed."""
     try:
-        status = service.wait(_STOP_SECONDS)
+        return service.wait(_STOP_SECONDS)
     except subprocess.TimeoutExpired:
         service.kill()
         service.wait()
-        return [f"it has not ended in {_STOP_SECONDS} s"]
-    return [] if status == 0 else [f"its status was {status}"]
+        return None
