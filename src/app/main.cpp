@@ -7,9 +7,30 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <exception>
 
 namespace {
+
+// For what nobody catches, such as the want of memory for a process-wide variable: a line and a status that say what
+// it was, instead of a signal.
+[[noreturn]] void endUncaught() {
+  try {
+    if (const std::exception_ptr uncaught = std::current_exception()) {
+      std::rethrow_exception(uncaught);
+    }
+  } catch (const std::exception& failure) {
+    quendal::console::failure("Uncaught: Exception Met!", failure);
+  } catch (...) {
+    quendal::console::line("Uncaught: Exception Met!");
+  }
+  std::_Exit(Poco::Util::Application::EXIT_SOFTWARE);
+}
+
+// Before the process-wide variables are made.
+__attribute__((constructor(101))) void installTerminateHandler() {
+  std::set_terminate(&endUncaught);
+}
 
 // Before anything is opened: a number that the starter has left closed would go to the next file or socket, which
 // the commands inherit, and which diagnostics are written into if it is the error stream's.

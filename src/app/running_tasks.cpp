@@ -17,17 +17,20 @@ namespace {
 
 constexpr int kAttempts = 3;
 
-// Without destructors: other threads are in the middle of their work.
-class FatalErrorHandler : public Poco::ErrorHandler {
+// Without destructors: other threads are in the middle of their work. At a stop every thread ends, and whoever
+// waits for them can go on.
+class ThreadErrorHandler : public Poco::ErrorHandler {
  public:
-  void exception(const Poco::Exception& failure) override { end(failure); }
-  void exception(const std::exception& failure) override { end(failure); }
-  void exception() override { end(Poco::Exception("unknown exception")); }
+  void exception(const Poco::Exception& failure) override { handle(failure); }
+  void exception(const std::exception& failure) override { handle(failure); }
+  void exception() override { handle(Poco::Exception("unknown exception")); }
 
  private:
-  [[noreturn]] static void end(const std::exception& failure) {
+  static void handle(const std::exception& failure) {
     console::failure("A thread has ended: Exception Met!", failure);
-    std::_Exit(Poco::Util::Application::EXIT_SOFTWARE);
+    if (!shared::stopReq) {
+      std::_Exit(Poco::Util::Application::EXIT_SOFTWARE);
+    }
   }
 };
 
@@ -48,7 +51,7 @@ void insistOn(const Step& step) {
 
 // Never freed: a thread may need it for as long as the process lives.
 RunningTasks::RunningTasks() {
-  static auto* const handler = new FatalErrorHandler;
+  static auto* const handler = new ThreadErrorHandler;
   Poco::ErrorHandler::set(handler);
 }
 

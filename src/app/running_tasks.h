@@ -8,8 +8,8 @@ namespace quendal {
 
 /// One task manager, used on the main thread.
 ///
-/// From its first use on, an exception that leaves a thread of the library's ends the process, with its text in a
-/// line and status 70: a task that is gone would leave a service that looks well and does nothing. The
+/// From its first use on, an exception that leaves a thread of the library's before a stop ends the process, with its
+/// text in a line and status 70: a task that is gone would leave a service that looks well and does nothing. The
 /// tasks stop all that they can go on after; what is left is the want of memory while a thread begins or ends.
 class RunningTasks {
  public:
