@@ -1,11 +1,16 @@
-"""The fault sweep (tests/faults/sweep) knows each call that the service makes."""
+"""Single faults of the system: samples of the fault sweep (tests/faults/sweep), which knows each call there is."""
 
 import pathlib
 import re
 import subprocess
 
 import pytest
+from fault_sweep import cases
+from fault_sweep.sweep import Sweep
+from quendal_tools.sandbox.pc import SandboxUnavailable
 
+# As many as run side by side on two cores, in the time that one run takes.
+FAULTS = 24
 CANNOT_FAIL = {"clock_gettime", "exit", "sched_yield", "sigpending"}
 
 
@@ -15,6 +20,32 @@ def _library(quendal):
     if not library.exists():
         pytest.skip("the sanitizers' builds have no library that makes calls fail")
     return library
+
+
+def bad_ones(quendal, library, memory, choose):
+    """The chosen faults that the service does not survive, a line for each."""
+    with Sweep(quendal, library, memory) as sweep:
+        try:
+            chosen = choose(sweep.count())
+        except SandboxUnavailable as error:
+            pytest.skip(str(error))
+        assert chosen
+        results = list(sweep.results(chosen))
+    # On a busy machine threads may not come by in the order in which they did when the calls were counted.
+    assert sum(result.reached for result in results) > 0.75 * len(results)
+    return "\n".join(sorted(result.line() for result in results if result.wrong))
+
+
+@pytest.mark.long(60)
+def test_service_survives_a_single_fault_of_any_call(quendal, library):
+    bad = bad_ones(quendal, library, False, lambda found: cases.sample(cases.short_form(found), FAULTS))
+    assert not bad, bad
+
+
+@pytest.mark.long(60)
+def test_want_of_memory_ends_the_service_in_order_or_not_at_all(quendal, library):
+    bad = bad_ones(quendal, library, True, lambda found: cases.sample(found, FAULTS))
+    assert not bad, bad
 
 
 def names_of(binary, *options):
