@@ -2,6 +2,7 @@
 
 #include "base/console.h"
 #include "base/interrupted_call.h"
+#include "base/platform.h"
 
 #include <sys/ipc.h>
 #include <sys/sem.h>
@@ -27,6 +28,8 @@ namespace {
 
 constexpr int kDecimal = 10;
 constexpr short kLargestUndoTaken = 16384;
+constexpr int kAttemptsWithoutMemory = 5;
+constexpr long kWaitForMemoryMs = 100;
 
 // Looks the entry's variable up and stores the identifier that it holds; false: it is not set.
 bool refreshSemaphoreId(IpcSemaphoreEntry& entry) {
@@ -41,9 +44,15 @@ int addWithUndo(int semId, short amount) {
   return semop(semId, &operation, 1);
 }
 
-// A signal between must not cost an event.
+// A signal between must not cost an event, nor a moment without memory for the kernel's note of the first post.
 int post(int semId) {
-  return retryInterrupted([semId] { return addWithUndo(semId, 1); });
+  const auto postOnce = [semId] { return retryInterrupted([semId] { return addWithUndo(semId, 1); }); };
+  int result = postOnce();
+  for (int attempt = 1; attempt < kAttemptsWithoutMemory && result < 0 && errno == ENOMEM; ++attempt) {
+    platform::sleepMs(kWaitForMemoryMs);
+    result = postOnce();
+  }
+  return result;
 }
 
 // The kernel keeps the sum of this process's posts, to take them back when it ends, and refuses the

@@ -41,7 +41,8 @@ int findSemaphoreIndex(std::uint32_t id);
 void loadSemaphoreIds();
 
 /// Posts the semaphore of event `id`: reads the variable again, stores the identifier and adds 1 to
-/// semaphore number 0 of that set with SEM_UNDO; again when a signal interrupts that.
+/// semaphore number 0 of that set with SEM_UNDO; again when a signal interrupts that, and up to four
+/// times, 100 ms apart, when the kernel has no memory for it.
 ///
 /// Returns 0 when posted and also when the variable is not set; the identifier itself when it is
 /// negative; -1 for an unknown id or when the kernel refuses (no such set, no permission, the

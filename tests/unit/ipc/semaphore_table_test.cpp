@@ -2,6 +2,7 @@
 
 #include "support/error_stream_capture.h"
 #include "support/failing_semop.h"
+#include "support/fake_platform.h"
 #include "support/semaphore_set.h"
 
 #include <gtest/gtest.h>
@@ -217,6 +218,18 @@ TEST(SemaphorePost, InterruptedOneIsMadeAgain) {
   fake::failSemop(0, 3, EINTR);
 
   EXPECT_EQ(postIpcSemaphore(kRxComplete), 0);
+  EXPECT_EQ(semaphore.value(), 1);
+}
+
+TEST(SemaphorePost, OneForWhichTheKernelHasNoMemoryIsMadeAgainFiveTimesInAll) {
+  const SemaphoreSet semaphore("TORVA_G_IPC_SEM_RXCOMPLETE");
+  fake::failSemop(0, 4, ENOMEM);
+  EXPECT_EQ(postIpcSemaphore(kRxComplete), 0);
+  EXPECT_EQ(semaphore.value(), 1);
+  EXPECT_EQ(fake::events(), std::vector<std::string>(4, "sleep 100"));
+
+  fake::failSemop(0, 5, ENOMEM);
+  EXPECT_EQ(postIpcSemaphore(kRxComplete), -1);
   EXPECT_EQ(semaphore.value(), 1);
 }
 
