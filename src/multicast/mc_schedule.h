@@ -14,8 +14,8 @@ bool isHeartbeatDue(unsigned timeoutCount);
 bool isReplyDue(std::int64_t secondsSinceLast);
 
 /// Does the hour of the day `hour` (0 to 23) ask for a relaunch, after the last one at `lastHour`
-/// (-1: none yet)? The hours that `factor` divides do, each once; with a factor of 0 only hour 0, with
-/// a negative one the hours of its magnitude.
+/// (-1: none yet)? The hours that `factor` divides do, but not the last one again; with a factor of 0 only
+/// hour 0, with a negative one the hours of its magnitude.
 bool isRelaunchDue(int hour, int lastHour, int factor);
 
 }  // namespace quendal

@@ -33,9 +33,9 @@ class McTask : public PausableTask {
   void sendHeartbeat();
   void handleDatagram();
 
-  bool isSettled_ = false;       // the open socket lacks nothing
-  Poco::Timestamp lastAttempt_;  // to open or settle the socket
-  int lastLength_ = 0;           // of the last datagram, which stays in `mcRxBuffer`; outlives a re-opening
+  bool isSettled_ = false;          // the open socket lacks nothing
+  Poco::Timestamp lastAttempt_{0};  // to open or settle the socket
+  int lastLength_ = 0;              // of the last datagram, which stays in `mcRxBuffer`; outlives a re-opening
 };
 
 }  // namespace quendal

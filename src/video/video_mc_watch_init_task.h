@@ -25,7 +25,7 @@ class VideoMcWatchInitTask : public ServiceTask {
   void openCapture();
 
   bool isWanted_ = false;  // a capture has been requested
-  Poco::Timestamp lastOpening_;
+  Poco::Timestamp lastOpening_{0};
 };
 
 }  // namespace quendal

@@ -35,7 +35,7 @@ void onEvent(std::function<void(const std::string& event)> observer);
 /// The wait status that every shell command returns from now on; 0 at first.
 void setShellStatus(int status);
 
-/// What platform::now() returns; the real time until set.
+/// What platform::now() returns. Until it is set, the process that asks is aborted.
 void setNow(const Poco::Timestamp& time);
 
 /// Called for platform::syncFileSystem, on its thread, and gives its result; 0 until set. Not recorded as an

@@ -87,8 +87,8 @@ MulticastScene::MulticastScene() : group_("239.255.77.1", portOfThisProcess()) {
   transmitter_.setInterface(shared::currentInterface);
 }
 
-void MulticastScene::passSeconds(std::int64_t seconds) {
-  now_ += seconds * Poco::Timestamp::resolution();
+void MulticastScene::setClock(const Poco::Timestamp& time) {
+  now_ = time;
   fake::setNow(now_);
 }
 

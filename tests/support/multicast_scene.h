@@ -36,8 +36,11 @@ class MulticastScene {
   static constexpr const char* kDescriptor =
       "\n[Alive]\ngroupID=1\ncolumnID=2\nunitID=3\nipv4Addr=192.168.0.20\nphyAddr=00:11:22:33:44:55\n\n";
 
-  /// Moves the clock on.
-  void passSeconds(std::int64_t seconds);
+  /// Moves the clock on, or back.
+  void passSeconds(std::int64_t seconds) { setClock(now_ + seconds * Poco::Timestamp::resolution()); }
+
+  /// Sets the clock to `time`, where it stands.
+  void setClock(const Poco::Timestamp& time);
 
   /// Sends a datagram to the group, as a transmitter does. Any thread.
   void sendToGroup(const std::string& datagram);

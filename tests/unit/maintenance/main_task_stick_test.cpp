@@ -7,6 +7,7 @@
 #include "support/semaphore_set.h"
 #include "support/stick_board.h"
 
+#include <Poco/DateTime.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -25,6 +26,7 @@ const std::string kBackup = "sudo cp -a /data/app /data/home/sda1/KVBAK/";
 class MainTaskWithStick : public testing::Test {
  protected:
   MainTaskWithStick() {
+    fake::setNow(Poco::DateTime(2024, 11, 2, 14, 3, 9).timestamp());
     board.plug({"sda", "sda1"});
     shared::netIfName = "none0";
     shared::carrierFilePath = "/sys/class/net/none0/carrier";

@@ -3,6 +3,7 @@
 #include "support/loopback.h"
 #include "unit/multicast/alive_check_fixture.h"
 
+#include <Poco/DateTime.h>
 #include <Poco/Exception.h>
 #include <gtest/gtest.h>
 
@@ -45,7 +46,7 @@ TEST_F(AliveCheck, RequestForAnotherDisplayBuildsNoReply) {
 // The descriptor is gone at the end in any case: what tells is that its folder has not changed.
 TEST_F(AliveCheck, OnlyARequestForThisDisplayHasTheDescriptorWritten) {
   const std::string folder = scene.temporaryPath("");
-  std::filesystem::last_write_time(folder, std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
+  std::filesystem::last_write_time(folder, std::filesystem::last_write_time(folder) - std::chrono::hours(1));
   const auto unchanged = std::filesystem::last_write_time(folder);
 
   handle(aliveRequest(4, 2, 1));
@@ -77,6 +78,38 @@ TEST_F(AliveCheck, WithinSixSecondsOfTheStartThereIsNoReply) {
   *shared::startDateTime = *shared::startTimestamp + 60 * Poco::Timestamp::resolution();
 
   EXPECT_EQ(handle(aliveRequest()), "");
+}
+
+TEST_F(AliveCheck, ReplyRateIsThatOfAnyOtherTimeAtTheEndOfADayAndOfAYear) {
+  for (const Poco::DateTime& end : {Poco::DateTime(2024, 2, 29), Poco::DateTime(2024, 3, 1), Poco::DateTime(2025, 1, 1),
+                                    Poco::DateTime(2026, 3, 1)}) {
+    scene.setClock(end.timestamp());
+    scene.passSeconds(-3);
+    EXPECT_EQ(handle(aliveRequest()), kRepliedToByMulticast);
+    scene.passSeconds(5);
+    EXPECT_EQ(handle(aliveRequest()), "");
+    scene.passSeconds(1);
+    EXPECT_EQ(handle(aliveRequest()), kRepliedToByMulticast);
+  }
+}
+
+TEST_F(AliveCheck, ClockThatIsSetBackSilencesTheDisplayForNoLongerThanSixSeconds) {
+  EXPECT_EQ(handle(aliveRequest()), kRepliedToByMulticast);
+  scene.passSeconds(-1);
+  EXPECT_EQ(handle(aliveRequest()), "");
+  scene.passSeconds(-1);
+  EXPECT_EQ(handle(aliveRequest()), kRepliedToByMulticast);
+  scene.passSeconds(-86400);
+  EXPECT_EQ(handle(aliveRequest()), kRepliedToByMulticast);
+  scene.passSeconds(5);
+  EXPECT_EQ(handle(aliveRequest()), "");
+}
+
+TEST_F(AliveCheck, ClockThatIsSetOnFromTheEpochLetsTheReplyOut) {
+  scene.setClock(Poco::Timestamp(0));
+  EXPECT_EQ(handle(aliveRequest()), kRepliedToByMulticast);
+  scene.setClock(Poco::DateTime(2024, 5, 17, 13, 9).timestamp());
+  EXPECT_EQ(handle(aliveRequest()), kRepliedToByMulticast);
 }
 
 TEST_F(AliveCheck, HeaderAloneAfterARequestIsThatRequestAgainRepliedToByMulticast) {

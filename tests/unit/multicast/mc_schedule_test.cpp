@@ -26,6 +26,17 @@ std::vector<int> relaunchHours(int startHour, int factor) {
   return hours;
 }
 
+// At which of the hours that a clock shows one after the other the socket is opened anew.
+std::vector<int> relaunchHours(const std::vector<int>& shown, int factor) {
+  std::vector<int> hours;
+  for (const int hour : shown) {
+    if (isRelaunchDue(hour, hours.empty() ? -1 : hours.back(), factor)) {
+      hours.push_back(hour);
+    }
+  }
+  return hours;
+}
+
 TEST(Heartbeat, IsDueAtEveryTenthTimeout) {
   for (unsigned count = 1; count <= 100; ++count) {
     EXPECT_EQ(isHeartbeatDue(count), count % 10 == 0) << count;
@@ -71,6 +82,25 @@ TEST(Relaunch, WithFactorZeroOnlyHourZeroQualifies) {
 TEST(Relaunch, NegativeFactorCountsAsItsMagnitude) {
   EXPECT_EQ(relaunchHours(13, -4), relaunchHours(13, 4));
   EXPECT_EQ(relaunchHours(13, -1).size(), 24U);
+}
+
+TEST(Relaunch, MidnightIsAnHourLikeTheOthers) {
+  EXPECT_EQ(relaunchHours({22, 23, 0, 1, 23, 0}, 1), (std::vector{22, 23, 0, 1, 23, 0}));
+  EXPECT_EQ(relaunchHours({23, 0, 0, 12, 23, 0}, 12), (std::vector{0, 12, 0}));
+}
+
+// Nothing tells the hour of one day from that of the next.
+TEST(Relaunch, HourThatAloneQualifiesDoesSoOnTheFirstDayOnly) {
+  for (const int factor : {0, 24}) {
+    EXPECT_EQ(relaunchHours({22, 23, 0, 1, 23, 0, 1}, factor), std::vector{0}) << factor;
+  }
+}
+
+TEST(Relaunch, ClockThatIsSetRelaunchesInEachQualifyingHourThatIsNotTheLast) {
+  EXPECT_EQ(relaunchHours({16, 15, 16}, 4), std::vector{16}) << "back, over the full hour";
+  EXPECT_EQ(relaunchHours({16, 12, 13, 16}, 4), (std::vector{16, 12, 16})) << "back, into another qualifying one";
+  EXPECT_EQ(relaunchHours({13, 19, 20}, 4), std::vector{20}) << "on, over a qualifying one";
+  EXPECT_EQ(relaunchHours({13, 20}, 4), std::vector{20}) << "on, into a qualifying one";
 }
 
 TEST(Relaunch, FactorBeyondTheDayLeavesHourZero) {

@@ -63,6 +63,11 @@ TEST_F(McTaskNotBound, IsOpenedAgainEveryTenSeconds) {
   EXPECT_EQ(capture.text(), kNotBound + kPaused + kNotBound + kPaused + kEnd);
 }
 
+TEST_F(McTaskNotBound, IsOpenedAgainAtOnceWhenTheClockIsSetBack) {
+  run({second(), second([] { fake::setNow(atHour(13) - 1); }),
+       second([this] { EXPECT_EQ(capture.text(), kNotBound + kPaused + kNotBound); }), stop()});
+}
+
 TEST_F(McTaskNotBound, ReceivesOnceItCanBeBound) {
   runSteps(seconds(9), {second(&heal), [this] { return capture.text() == kNotBound + kPaused + kOpened; }, stop()});
 

@@ -24,6 +24,8 @@ const Entries kReboot = {"run sudo sync", "sleep 3000", "post RXCOMPLETE", "run 
 
 class TransferControl : public testing::Test {
  protected:
+  TransferControl() { fake::setNow(Poco::DateTime(2024, 3, 7, 4, 5, 6).timestamp()); }
+
   static std::string receive(const std::string& bytes) {
     ServedConnection connection;
     connection.send(bytes);
@@ -89,8 +91,6 @@ TEST_F(TransferControl, EffectsComeEvenWhenTheNameIsRefusedLater) {
 }
 
 TEST_F(TransferControl, ArchiveIsLoggedWithTheTimeItCame) {
-  fake::setNow(Poco::DateTime(2024, 3, 7, 4, 5, 6).timestamp());
-
   receive(filePacket("a.zip", "1") + filePacket("b.zip.part", "2") + filePacket("c.ZIP", "3"));
 
   EXPECT_EQ(readFile(folder.archiveLog()),

@@ -11,8 +11,8 @@
 #include "transfer/store/store_state.h"
 #include "transfer/transfer_state.h"
 
+#include <Poco/DateTime.h>
 #include <gtest/gtest.h>
-
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -33,6 +33,7 @@ const std::string kRefused = filePacket("../name", "data");
 
 class TransferEndTest : public testing::Test {
  protected:
+  TransferEndTest() { fake::setNow(Poco::DateTime(2024, 3, 7, 4, 5, 6).timestamp()); }
   ~TransferEndTest() override {
     held = false;
     finishWriting();

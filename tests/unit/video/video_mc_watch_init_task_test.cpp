@@ -118,6 +118,19 @@ TEST(VideoCaptureInit, AFailedOpenIsTriedAgainTenSecondsLaterAndNotBefore) {
   EXPECT_NE(errors.find("nosuchlink4"), std::string::npos) << errors;
 }
 
+TEST(VideoCaptureInit, AFailedOpenIsTriedAgainAtOnceWhenTheClockIsSetBack) {
+  shared::linkUp = true;
+  shared::videoCaptureReopenReq = true;
+
+  const std::string errors = runFor(6, [](int cycle) {
+    shared::netIfName = "nosuchlink" + std::to_string(cycle);
+    fake::setNow(cycle < 4 ? kBegin : kBegin - 1);
+  });
+
+  EXPECT_EQ(occurrences(errors, kOpenFailed), 2U) << errors;
+  EXPECT_NE(errors.find("nosuchlink4"), std::string::npos) << errors;
+}
+
 TEST(VideoCaptureInit, ManyFailuresForTheSameReasonAreOneMessage) {
   shared::linkUp = true;
   shared::videoCaptureReopenReq = true;

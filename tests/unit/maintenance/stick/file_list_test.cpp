@@ -69,6 +69,7 @@ TEST(CopyReport, HasNoLeadingZeros) {
   EXPECT_EQ(copyReport(time, 2, 10, "Layout1.zip"), "\n4:3:9.7 Copying [2 of 10]: Layout1.zip...");
   EXPECT_EQ(copyReport(Poco::DateTime(2024, 11, 2, 23, 59, 58, 999), 1, 1, "x"),
             "\n23:59:58.999 Copying [1 of 1]: x...");
+  EXPECT_EQ(copyReport(Poco::DateTime(2025, 1, 1), 1, 1, "x"), "\n0:0:0.0 Copying [1 of 1]: x...");
 }
 
 }  // namespace

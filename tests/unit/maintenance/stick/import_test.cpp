@@ -6,6 +6,7 @@
 #include "support/fake_platform.h"
 #include "support/stick_board.h"
 
+#include <Poco/DateTime.h>
 #include <gtest/gtest.h>
 
 namespace quendal {
@@ -19,6 +20,7 @@ const std::string kSearch = "\nSearching /KVCFG folder in USB Device,\n>>/data/h
 class StickImport : public testing::Test {
  protected:
   StickImport() {
+    fake::setNow(Poco::DateTime(2024, 11, 2, 14, 3, 9).timestamp());
     shared::groupNo = 1;
     shared::columnNo = 2;
     shared::displayNo = 3;
