@@ -69,8 +69,8 @@ class Console {
 
 // Never destroyed: what ends after main may still have something to say.
 Console& console() {
-  static auto* const instance = new Console;
-  return *instance;
+  static Console& instance = *new Console;
+  return instance;
 }
 
 // For want of memory a message is dropped as for want of room: whoever reports that something has failed must not

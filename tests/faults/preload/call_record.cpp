@@ -36,13 +36,13 @@ bool findModule(std::uintptr_t address, dl_find_object& found) {
 }
 
 std::uintptr_t ownBase() {
-  static const std::uintptr_t base = [] {
+  static const std::uintptr_t kBase = [] {
     dl_find_object found{};
     return findModule(reinterpret_cast<std::uintptr_t>(&ownBase), found)
                ? reinterpret_cast<std::uintptr_t>(found.dlfo_map_start)
                : 0;
   }();
-  return base;
+  return kBase;
 }
 
 // The number of a loaded module, which may be another in each run; sites are told apart by the modules' names.

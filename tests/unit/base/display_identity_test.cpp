@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 namespace quendal {
 namespace {
 
@@ -17,7 +19,7 @@ TEST(IsAddressedTo, EachNumberIsAWildcardOrMustBeEqual) {
     DisplayIdentity asked;
     bool expected;
   };
-  const Case cases[] = {
+  const std::vector<Case> cases = {
       {{.groupNo = 1, .columnNo = 2, .displayNo = 3}, true},
       {{.groupNo = 1, .columnNo = 0, .displayNo = 0}, true},
       {{.groupNo = 0, .columnNo = 2, .displayNo = 0}, true},

@@ -12,9 +12,9 @@ namespace quendal {
 namespace {
 
 // A drive's stat file: 17 fields, each a one.
-std::string statWith(std::size_t field, int value) {
+std::string statWith(int field, int value) {
   std::string text;
-  for (std::size_t at = 0; at < 17; ++at) {
+  for (int at = 0; at < 17; ++at) {
     text += std::to_string(at == field ? value : 1) + "  ";
   }
   return text + "\n";
@@ -23,10 +23,10 @@ std::string statWith(std::size_t field, int value) {
 TEST(CompletedWork, RequestsAndSectorsCountAndTimesAndWhatIsUnderWayDoNot) {
   const std::uint64_t before = completedWork(statWith(0, 1));
 
-  for (const std::size_t field : {0, 2, 4, 6, 11, 13, 15}) {
+  for (const int field : {0, 2, 4, 6, 11, 13, 15}) {
     EXPECT_EQ(completedWork(statWith(field, 5)), before + 4) << field;
   }
-  for (const std::size_t field : {1, 3, 5, 7, 8, 9, 10, 12, 14, 16}) {
+  for (const int field : {1, 3, 5, 7, 8, 9, 10, 12, 14, 16}) {
     EXPECT_EQ(completedWork(statWith(field, 5)), before) << field;
   }
 }

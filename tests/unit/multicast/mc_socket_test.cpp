@@ -11,6 +11,7 @@
 #include <netinet/in.h>
 #include <sys/socket.h>
 
+#include <array>
 #include <filesystem>
 #include <iterator>
 #include <string>
@@ -36,9 +37,9 @@ class McSocket : public testing::Test {
 
   bool hearsTheGroup() {
     scene.sendToGroup("hello");
-    char bytes[100];
+    std::array<char, 100> bytes{};
     try {
-      return shared::mcSocket.receiveBytes(bytes, sizeof bytes) == 5;
+      return shared::mcSocket.receiveBytes(bytes.data(), static_cast<int>(bytes.size())) == 5;
     } catch (const Poco::TimeoutException&) {
       return false;
     }
