@@ -1,16 +1,14 @@
-// Every point at which a packet can be cut: the messages and the code, for a close and for a reset.
 #include "transfer/read_stages.h"
+
 #include "base/flags.h"
-#include "support/display_trace.h"
 #include "support/error_stream_capture.h"
-#include "support/packet_builder.h"
-#include "support/served_connection.h"
-#include "support/transfer_folder.h"
+#include "support/loopback.h"
 
 #include <Poco/Net/StreamSocketImpl.h>
 #include <gtest/gtest.h>
 
 #include <array>
+#include <atomic>
 #include <cstddef>
 #include <new>
 #include <string>
@@ -19,19 +17,35 @@
 namespace quendal {
 namespace {
 
-const std::string kClosed = ":read 0 bytes, seems that socket was closed,disconnecting...";
+constexpr std::chrono::milliseconds kLong{5000};
 const std::string kReset = "\nException Message:Connection reset by peer";
 
-std::string code(int number) {
-  return "\nData TCP port read err, Err RC:" + std::to_string(number);
+// What a stage has to say and to return, written out once more as those who read the logs know it.
+struct Row {
+  const ReadStage& stage;
+  std::string where;    // as its close begins
+  std::string thrower;  // as its exception begins
+  unsigned closedCode;
+  unsigned exceptionCode;
+  bool saysClosedAfterException;
+};
+
+const std::vector<Row> kRows = {
+    {kHeaderLengthStage, "DataProcHeader<pos:0>", "DataProcHeader<pos:0>:", 259, 259, true},
+    {kHeaderStage, "DataProcHeader<pos:1>", "DataProcHeader<pos:1>:", 515, 513, false},
+    {kCommandStatusLengthStage, "DataRxCmdStatus<pos:0>", "DataRxCmdStatus<pos:0>::", 515, 515, true},
+    {kCommandStatusStage, "DataRxCmdStatus<pos:1>", "DataRxCmdStatus<pos:1>::", 771, 769, false},
+    {kFileHeadStage, "DataRxFileElement<pos:0>", "DataRxFileElement<pos:0>::", 3, 3, true},
+    {kFileNameStage, "DataRxFileElement<pos:1>", "DataRxFileElement<pos:1>::", 259, 257, false},
+    {kDataLengthStage, "DataRxFileElement<pos:2>", "DataRxFileElement<pos:2>::", 3, 1, false}};
+
+std::string closedLine(const Row& row) {
+  return "\n" + row.where + ":read 0 bytes, seems that socket was closed,disconnecting...";
 }
 
-struct Row {
-  const char* where;
-  std::string sent;
-  std::string afterClose;
-  std::string afterReset;
-};
+std::string exceptionLines(const Row& row, const std::string& message) {
+  return "\n" + row.thrower + " Exception Met!" + message + (row.saysClosedAfterException ? closedLine(row) : "");
+}
 
 // A connection for whose data there is no memory.
 class OutOfMemory : public Poco::Net::StreamSocketImpl {
@@ -42,82 +56,74 @@ class OutOfMemory : public Poco::Net::StreamSocketImpl {
   ~OutOfMemory() override = default;
 };
 
-std::vector<Row> headerRows() {
-  const std::string header = headerElement(2);
-  const std::string status = commandStatusElement();
-  return {{"nothing", "", "\nDataProcHeader<pos:0>" + kClosed + code(259),
-           "\nDataProcHeader<pos:0>: Exception Met!" + kReset + "\nDataProcHeader<pos:0>" + kClosed + code(259)},
-          {"within the header's length", header.substr(0, 3), "\nDataProcHeader<pos:0>" + kClosed + code(259),
-           "\nDataProcHeader<pos:0>: Exception Met!" + kReset + "\nDataProcHeader<pos:0>" + kClosed + code(259)},
-          {"behind the header's length", header.substr(0, 4), "\nDataProcHeader<pos:1>" + kClosed + code(515),
-           "\nDataProcHeader<pos:1>: Exception Met!" + kReset + code(513)},
-          {"within the header", header.substr(0, 19), "\nDataProcHeader<pos:1>" + kClosed + code(515),
-           "\nDataProcHeader<pos:1>: Exception Met!" + kReset + code(513)},
-          {"behind the header", header, "\nDataRxCmdStatus<pos:0>" + kClosed + code(515),
-           "\nDataRxCmdStatus<pos:0>:: Exception Met!" + kReset + "\nDataRxCmdStatus<pos:0>" + kClosed + code(515)},
-          {"behind the status length", header + status.substr(0, 4), "\nDataRxCmdStatus<pos:1>" + kClosed + code(771),
-           "\nDataRxCmdStatus<pos:1>:: Exception Met!" + kReset + code(769)},
-          {"within the status", header + status.substr(0, 8), "\nDataRxCmdStatus<pos:1>" + kClosed + code(771),
-           "\nDataRxCmdStatus<pos:1>:: Exception Met!" + kReset + code(769)}};
-}
+// One stage that reads four bytes of a connection, without a reactor.
+class ReadStages : public testing::Test {
+ protected:
+  struct Result {
+    unsigned code;
+    std::string messages;
+    std::string bytes;
+  };
 
-std::vector<Row> fileRows() {
-  const std::string packet = headerElement(3) + commandStatusElement();
-  const std::string file = fileElement("name", "12345");
-  const std::string nameLine = "\nDataRxFileElement,fileAsciiName:name";
-  const std::string headReset =
-      "\nDataRxFileElement<pos:0>:: Exception Met!" + kReset + "\nDataRxFileElement<pos:0>" + kClosed + code(771);
-  return {
-      {"behind the status", packet, "\nDataRxFileElement<pos:0>" + kClosed + code(771), headReset},
-      {"within the file's head", packet + file.substr(0, 9), "\nDataRxFileElement<pos:0>" + kClosed + code(771),
-       headReset},
-      {"behind the file's head", packet + file.substr(0, 10), "\nDataRxFileElement<pos:1>" + kClosed + code(1027),
-       "\nDataRxFileElement<pos:1>:: Exception Met!" + kReset + code(1025)},
-      {"within the name", packet + file.substr(0, 13), "\nDataRxFileElement<pos:1>" + kClosed + code(1027),
-       "\nDataRxFileElement<pos:1>:: Exception Met!" + kReset + code(1025)},
-      {"behind the name", packet + file.substr(0, 14), nameLine + "\nDataRxFileElement<pos:2>" + kClosed + code(771),
-       nameLine + "\nDataRxFileElement<pos:2>:: Exception Met!" + kReset + code(769)},
-      {"within the data length", packet + file.substr(0, 17),
-       nameLine + "\nDataRxFileElement<pos:2>" + kClosed + code(771),
-       nameLine + "\nDataRxFileElement<pos:2>:: Exception Met!" + kReset + code(769)},
-      {"within the data", packet + file.substr(0, 20), nameLine + "\nDataProcHeader<pos:0>" + kClosed + code(259),
-       nameLine + "\nDataRxFileElement<pos:3>:: Exception Met!" + kReset + code(1537)}};
-}
+  template <typename PlayedPeer>
+  Result read(const ReadStage& stage, PlayedPeer play) {
+    LoopbackPair pair = connectLoopback();
+    PacketReader reader(pair.accepted, {.stop = stop, .pause = pause});
+    play(pair.transmitter);
+    const ErrorStreamCapture capture;
+    std::string bytes(4, '-');
+    const unsigned code = readStage(reader, stage, std::as_writable_bytes(std::span(bytes)), Deadline(kLong));
+    return {.code = code, .messages = capture.text(), .bytes = bytes};
+  }
 
-void expectRows(const std::vector<Row>& rows) {
-  const TransferFolder folder;
-  for (const Row& row : rows) {
-    {
-      ServedConnection connection;
-      connection.send(row.sent);
-      connection.closeSending();
-      EXPECT_EQ(connection.runUntilFailure(), row.afterClose) << "closed: " << row.where;
-    }
-    ServedConnection connection;
-    connection.send(row.sent);
-    connection.reset();
-    EXPECT_EQ(connection.runUntilFailure(), row.afterReset) << "reset: " << row.where;
+  std::atomic<bool> stop{false};
+  std::atomic<bool> pause{false};
+};
+
+TEST_F(ReadStages, BytesThatComeAreReadWithoutAWord) {
+  for (const Row& row : kRows) {
+    const Result result = read(row.stage, [](Poco::Net::StreamSocket& peer) { sendAll(peer, "abcdef"); });
+
+    EXPECT_EQ(result.code, 0U) << row.where;
+    EXPECT_EQ(result.messages, "") << row.where;
+    EXPECT_EQ(result.bytes, "abcd") << row.where;
   }
 }
 
-TEST(ReadStages, EveryCutOfHeaderAndStatusHasItsMessagesAndCode) {
-  expectRows(headerRows());
+TEST_F(ReadStages, CloseBeforeTheLastByteHasItsMessageAndCode) {
+  for (const Row& row : kRows) {
+    for (const char* sent : {"", "abc"}) {
+      const Result result = read(row.stage, [sent](Poco::Net::StreamSocket& peer) {
+        sendAll(peer, sent);
+        peer.shutdownSend();
+      });
+
+      EXPECT_EQ(result.code, row.closedCode) << row.where;
+      EXPECT_EQ(result.messages, closedLine(row));
+    }
+  }
 }
 
-TEST(ReadStages, EveryCutOfAFileElementHasItsMessagesAndCode) {
-  expectRows(fileRows());
+TEST_F(ReadStages, ResetHasItsMessagesAndCode) {
+  for (const Row& row : kRows) {
+    const Result result = read(row.stage, [](Poco::Net::StreamSocket& peer) {
+      sendAll(peer, "abc");
+      resetConnection(peer);
+    });
+
+    EXPECT_EQ(result.code, row.exceptionCode) << row.where;
+    EXPECT_EQ(result.messages, exceptionLines(row, kReset));
+  }
 }
 
-TEST(ReadStages, ResetWithinTheDataReleasesTheDisplayAfterFiveSeconds) {
-  const TransferFolder folder;
-  DisplayTrace trace;
-  ServedConnection connection;
-  connection.send(filePacket("name", std::string(5000, 'x')).substr(0, 3000));
-  connection.reset();
+TEST_F(ReadStages, StopOfTheServiceIsAnExceptionOfTheStage) {
+  stop = true;
+  for (const Row& row : kRows) {
+    const Result result = read(row.stage, [](const Poco::Net::StreamSocket& /*peer*/) {});
 
-  connection.runUntilFailure();
-
-  EXPECT_EQ(trace.entries(), std::vector<std::string>({"sleep 5000", "post RXCOMPLETE"}));
+    EXPECT_EQ(result.code, row.exceptionCode) << row.where;
+    EXPECT_EQ(result.messages, exceptionLines(row, "\nException Message:Illegal state: the service is stopping"));
+  }
 }
 
 TEST(ReadStage, ExceptionThatIsNotTheLibrarysIsAFailedReadToo) {

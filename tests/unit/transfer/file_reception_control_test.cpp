@@ -1,8 +1,8 @@
 // The control files that frame a transfer: modes, wake-ups with their waits, archive log, reboot.
 #include "support/display_trace.h"
 #include "support/fake_platform.h"
+#include "support/file_stage.h"
 #include "support/packet_builder.h"
-#include "support/served_connection.h"
 #include "support/temporary_folder.h"
 #include "support/transfer_folder.h"
 #include "transfer/transfer_state.h"
@@ -22,23 +22,17 @@ using Entries = std::vector<std::string>;
 
 const Entries kReboot = {"run sudo sync", "sleep 3000", "post RXCOMPLETE", "run sudo systemctl reboot -i"};
 
-class TransferControl : public testing::Test {
+class FileReceptionControl : public testing::Test {
  protected:
-  TransferControl() { fake::setNow(Poco::DateTime(2024, 3, 7, 4, 5, 6).timestamp()); }
-
-  static std::string receive(const std::string& bytes) {
-    ServedConnection connection;
-    connection.send(bytes);
-    connection.closeSending();
-    return connection.runUntilFailure();
-  }
+  FileReceptionControl() { fake::setNow(Poco::DateTime(2024, 3, 7, 4, 5, 6).timestamp()); }
 
   TransferFolder folder;
   DisplayTrace trace;
 };
 
-TEST_F(TransferControl, NormalTransferWakesTheDisplayAtItsStopMarker) {
-  receive(filePacket("FileList.sys", "list") + filePacket("name", "data") + filePacket("kvXferStop.sys", "stop"));
+TEST_F(FileReceptionControl, NormalTransferWakesTheDisplayAtItsStopMarker) {
+  receiveFiles(
+      {fileElement("FileList.sys", "list"), fileElement("name", "data"), fileElement("kvXferStop.sys", "stop")});
 
   EXPECT_EQ(trace.entries(), Entries({"post START2RX", "sleep 5000", "post RXCOMPLETE"}));
   for (const char* name : {"FileList.sys", "name", "kvXferStop.sys"}) {
@@ -46,8 +40,9 @@ TEST_F(TransferControl, NormalTransferWakesTheDisplayAtItsStopMarker) {
   }
 }
 
-TEST_F(TransferControl, DontCareTransferGoesToTheScratchDirectoryAndEndsWithoutAStart) {
-  receive(filePacket("FLDnCare.sys", "list") + filePacket("name", "data") + filePacket("kvXferStop.sys", "stop"));
+TEST_F(FileReceptionControl, DontCareTransferGoesToTheScratchDirectoryAndEndsWithoutAStart) {
+  receiveFiles(
+      {fileElement("FLDnCare.sys", "list"), fileElement("name", "data"), fileElement("kvXferStop.sys", "stop")});
 
   EXPECT_EQ(trace.entries(), Entries({"post START2RXDUNCARE", "sleep 5000", "post RXCOMPLETE"}));
   for (const char* name : {"FLDnCare.sys", "name", "kvXferStop.sys"}) {
@@ -56,42 +51,42 @@ TEST_F(TransferControl, DontCareTransferGoesToTheScratchDirectoryAndEndsWithoutA
   }
 }
 
-TEST_F(TransferControl, ModeStaysFromConnectionToConnectionUntilAFileList) {
-  receive(filePacket("FLDnCare.sys", ""));
-  receive(filePacket("name", "data"));
+TEST_F(FileReceptionControl, ModeStaysFromConnectionToConnectionUntilAFileList) {
+  receiveFiles({fileElement("FLDnCare.sys", "")});
+  receiveFiles({fileElement("name", "data")});
   EXPECT_TRUE(shared::dontCareMode);
-  receive(filePacket("FileList.sys", ""));
+  receiveFiles({fileElement("FileList.sys", "")});
 
   EXPECT_FALSE(shared::dontCareMode);
   EXPECT_TRUE(fs::exists(folder.scratch("name")));
   EXPECT_TRUE(fs::exists(folder.target("FileList.sys")));
 }
 
-TEST_F(TransferControl, NameWithBothModesEndsInTheLaterOne) {
-  receive(filePacket("FLDnCare.sysFileList.sys", ""));
+TEST_F(FileReceptionControl, NameWithBothModesEndsInTheLaterOne) {
+  receiveFiles({fileElement("FLDnCare.sysFileList.sys", "")});
 
   EXPECT_TRUE(shared::dontCareMode);
   EXPECT_EQ(trace.entries(), Entries({"post START2RXDUNCARE"}));
 }
 
-TEST_F(TransferControl, EffectsComeBeforeTheFilesDataHasBeenRead) {
-  const std::string packet = filePacket("kvXferStop.sys", "12345");
+TEST_F(FileReceptionControl, EffectsComeBeforeTheFilesDataHasBeenRead) {
+  const std::string element = fileElement("kvXferStop.sys", "12345");
 
-  receive(packet.substr(0, packet.size() - 9));  // neither data nor its length
+  receiveFiles({element.substr(0, element.size() - 9)});  // neither data nor its length
 
   EXPECT_EQ(trace.entries(), Entries({"post START2RX", "sleep 5000", "post RXCOMPLETE"}));
   EXPECT_FALSE(fs::exists(folder.target("kvXferStop.sys")));
 }
 
-TEST_F(TransferControl, EffectsComeEvenWhenTheNameIsRefusedLater) {
-  receive(filePacket("../FLDnCare.sys", ""));
+TEST_F(FileReceptionControl, EffectsComeEvenWhenTheNameIsRefusedLater) {
+  receiveFiles({fileElement("../FLDnCare.sys", "")});
 
   EXPECT_TRUE(shared::dontCareMode);
   EXPECT_EQ(trace.entries(), Entries({"post START2RXDUNCARE", "sleep 5000", "post RXCOMPLETE"}));
 }
 
-TEST_F(TransferControl, ArchiveIsLoggedWithTheTimeItCame) {
-  receive(filePacket("a.zip", "1") + filePacket("b.zip.part", "2") + filePacket("c.ZIP", "3"));
+TEST_F(FileReceptionControl, ArchiveIsLoggedWithTheTimeItCame) {
+  receiveFiles({fileElement("a.zip", "1"), fileElement("b.zip.part", "2"), fileElement("c.ZIP", "3")});
 
   EXPECT_EQ(readFile(folder.archiveLog()),
             "04:05:06\t07/03/2024 - a.zip Received thru LAN.)\r\n"
@@ -99,45 +94,42 @@ TEST_F(TransferControl, ArchiveIsLoggedWithTheTimeItCame) {
   EXPECT_EQ(readFile(folder.target("a.zip")), "1");
 }
 
-TEST_F(TransferControl, ArchiveLogThatCannotBeOpenedCostsItsLineOnly) {
+TEST_F(FileReceptionControl, ArchiveLogThatCannotBeOpenedCostsItsLineOnly) {
   fs::create_directory(folder.archiveLog());
 
-  receive(filePacket("a.zip", "1"));
+  receiveFiles({fileElement("a.zip", "1")});
 
   EXPECT_EQ(readFile(folder.target("a.zip")), "1");
 }
 
-TEST_F(TransferControl, RebootRequestIsStoredThenSyncedAnnouncedAndCarriedOut) {
-  const std::string messages = receive(filePacket("Reboot.CFG", "now"));
+TEST_F(FileReceptionControl, RebootRequestIsStoredThenSyncedAnnouncedAndCarriedOut) {
+  const Received received = receiveFiles({fileElement("Reboot.CFG", "now")});
 
-  EXPECT_EQ(messages,
-            "\nDataRxFileElement,fileAsciiName:Reboot.CFG\nGoing to reboot device......\n"
-            "\nDataProcHeader<pos:0>:read 0 bytes, seems that socket was closed,disconnecting..."
-            "\nData TCP port read err, Err RC:259");
+  EXPECT_EQ(received.messages, "\nDataRxFileElement,fileAsciiName:Reboot.CFG\nGoing to reboot device......\n");
   EXPECT_EQ(trace.entries(), kReboot);
   EXPECT_EQ(readFile(folder.target("Reboot.CFG")), "now");
 }
 
-TEST_F(TransferControl, RebootRequestCountsInTheDontCareModeToo) {
+TEST_F(FileReceptionControl, RebootRequestCountsInTheDontCareModeToo) {
   shared::dontCareMode = true;
 
-  receive(filePacket("reboot.cfg", ""));
+  receiveFiles({fileElement("reboot.cfg", "")});
 
   EXPECT_EQ(trace.entries(), kReboot);
 }
 
-TEST_F(TransferControl, NamesThatOnlyHoldTheRebootRequestDoNotReboot) {
+TEST_F(FileReceptionControl, NamesThatOnlyHoldTheRebootRequestDoNotReboot) {
   for (const char* name : {"xreboot.cfg", "reboot.cfg.bak", "./reboot.cfg", "reboot.cf"}) {
-    receive(filePacket(name, "now"));
+    receiveFiles({fileElement(name, "now")});
     EXPECT_TRUE(fs::exists(folder.target(name)));
   }
   EXPECT_EQ(trace.entries(), Entries());
 }
 
-TEST_F(TransferControl, RebootRequestThatIsCutShortDoesNotReboot) {
-  const std::string packet = filePacket("reboot.cfg", "now");
+TEST_F(FileReceptionControl, RebootRequestThatIsCutShortDoesNotReboot) {
+  const std::string element = fileElement("reboot.cfg", "now");
 
-  receive(packet.substr(0, packet.size() - 1));
+  receiveFiles({element.substr(0, element.size() - 1)});
 
   EXPECT_EQ(trace.entries(), Entries());
   EXPECT_EQ(readFile(folder.target("reboot.cfg")), "no");
