@@ -3,6 +3,7 @@
 #include "base/shared_state.h"
 #include "network/network_state.h"
 #include "support/error_stream_capture.h"
+#include "support/failing_lock.h"
 #include "support/fake_platform.h"
 #include "support/occurrences.h"
 #include "video/video_capture.h"
@@ -161,6 +162,22 @@ TEST(VideoCaptureInit, WithoutARequestNothingIsTriedAgainEither) {
   shared::linkUp = true;
 
   EXPECT_EQ(runFor(5, [](int cycle) { fake::setNow(kBegin + cycle * kTenSeconds); }), kStarting);
+}
+
+TEST(VideoCaptureInit, AnExceptionWithinACycleIsReportedAndTheCaptureIsOpenedTenSecondsLater) {
+  shared::linkUp = true;
+
+  const std::string errors = runFor(6, [](int cycle) {
+    fake::setNow(kBegin + (cycle < 4 ? 0 : kTenSeconds));
+    shared::videoCaptureReopenReq = cycle == 2;
+    if (cycle == 2) {
+      fake::failNextLock();
+    }
+  });
+
+  const std::string report = "\nVideoMcWatchInitTask: Exception Met!\nException Message:Resource deadlock avoided";
+  EXPECT_TRUE(errors.starts_with(kStarting + report + kOpenFailed)) << errors;
+  EXPECT_EQ(occurrences(errors, kOpenFailed), 1U) << errors;
 }
 
 TEST(VideoCaptureInit, EndsWithTheStopFlag) {
