@@ -29,6 +29,8 @@ constexpr const char* kStaticAddressIni = "../Work/IPAddress.ini";
 constexpr const char* kLayoutIni = "../Work/CurLayOut.cfg";
 constexpr const char* kDipIni = "/data/home/kavenor/Work/DIP.ini";
 
+constexpr const char* kAllowedSendersKey = "Tessane Param.allowedSenders";
+
 // The interface's name stands in the command as it always has, also on boards that use another.
 constexpr const char* kStopDhcpClient = "sudo ps | grep dhcp | grep [e]th0 | awk '{print $1}' | xargs kill -9";
 
@@ -131,6 +133,17 @@ void readStoreMode(const IniFileConfiguration& ini) {
   shared::stagedTransfers = mode == "staged";
 }
 
+void readAllowedSenders(const IniFileConfiguration& ini) {
+  if (!ini.hasProperty(kAllowedSendersKey)) {
+    return;
+  }
+  try {
+    shared::allowedSenders = SenderList::parse(ini.getString(kAllowedSendersKey));
+  } catch (const Poco::InvalidArgumentException& refused) {
+    throw Poco::InvalidArgumentException(kAllowedSendersKey, refused.message());
+  }
+}
+
 void readVideoStream(const IniFileConfiguration& ini) {
   if (ini.hasProperty("Tessane Param.videoMcIp")) {
     watchVideoStream(ini.getString("Tessane Param.videoMcIp"));
@@ -148,6 +161,7 @@ void readServiceIni() {
   reportOrientation();
   readTargets(*ini);
   readStoreMode(*ini);
+  readAllowedSenders(*ini);
   readVideoStream(*ini);
 }
 

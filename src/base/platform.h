@@ -8,6 +8,8 @@
 
 #include <Poco/Timestamp.h>
 
+#include <sys/socket.h>
+
 #include <string>
 
 namespace quendal::platform {
@@ -40,6 +42,11 @@ void sleepMs(long milliseconds);
 
 /// The wall clock, UTC.
 Poco::Timestamp now();
+
+/// Does whoever connects to the host of `address` (IPv4 or IPv6, the port does not matter) reach this machine
+/// itself, or all hosts of a network? True for the addresses of its interfaces, the whole network of the loopback
+/// one included, and for the addresses by which an interface reaches all hosts; also when the system does not tell.
+bool isOwnAddress(const sockaddr& address);
 
 /// The path under which the system's own file `path` (absolute, as in "/sys/class/net/eth0/carrier")
 /// is found: `path` itself in the program, a file below a temporary directory in the unit tests.

@@ -15,8 +15,6 @@
 namespace quendal {
 namespace {
 
-constexpr long kTimeoutSeconds = 1;
-
 // One go at the socket, step by step: what is said ends with the first failure, what is done does not.
 class Attempt {
  public:
@@ -51,7 +49,7 @@ void setTimeToLive() {
 }
 
 void setTimeouts() {
-  const Poco::Timespan timeout(kTimeoutSeconds, 0);
+  const Poco::Timespan timeout(kMulticastTimeoutSeconds, 0);
   shared::mcSocket.setReceiveTimeout(timeout);
   shared::mcSocket.setSendTimeout(timeout);
 }

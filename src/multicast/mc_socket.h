@@ -3,6 +3,9 @@
 
 namespace quendal {
 
+/// How long the socket waits for a datagram, and for room to send one.
+inline constexpr long kMulticastTimeoutSeconds = 1;
+
 /// What an opening has come to.
 enum class McSocketState {
   kClosed,     // not bound, or without its time-outs: it would block whoever receives from it for ever

@@ -11,12 +11,18 @@
 #include "multicast/replies.h"
 #include "multicast/reply_packet.h"
 #include "multicast/temporary_data.h"
+#include "network/network_state.h"
 
+#include <Poco/Clock.h>
 #include <Poco/Exception.h>
 #include <Poco/Net/SocketAddress.h>
 #include <Poco/TemporaryFile.h>
+#include <Poco/Timespan.h>
 
+#include <algorithm>
+#include <array>
 #include <string>
+#include <tuple>
 
 namespace quendal {
 namespace {
@@ -132,13 +138,33 @@ void McTask::receiveUntilPause() {
 
 McTask::Reception McTask::receiveDatagram() {
   try {
-    lastLength_ = shared::mcSocket.receiveBytes(shared::mcRxBuffer.data(), static_cast<int>(shared::mcRxBuffer.size()));
-    return Reception::kDatagram;
+    return receiveAllowed();
   } catch (const Poco::TimeoutException&) {
     return Reception::kTimeout;
   } catch (const std::exception& failure) {
     console::failure("McTask: Exception Met during receive/listen!", failure, "Exception Info:");
     return Reception::kFailure;
+  }
+}
+
+// What comes from elsewhere is forgotten as if it had never come: it neither takes the last datagram's place nor
+// puts a time-out off. Each is received beside the buffer, of which a shorter datagram leaves the rest as it was.
+McTask::Reception McTask::receiveAllowed() {
+  const Poco::Clock start;
+  const Poco::Timespan timeout(kMulticastTimeoutSeconds, 0);
+  std::array<std::byte, std::tuple_size_v<decltype(shared::mcRxBuffer)>> received{};
+  for (;;) {
+    Poco::Net::SocketAddress sender;
+    const int length = shared::mcSocket.receiveFrom(received.data(), static_cast<int>(received.size()), sender);
+    if (shared::allowedSenders.allows(sender.host())) {
+      std::copy_n(received.begin(), length, shared::mcRxBuffer.begin());
+      lastLength_ = length;
+      return Reception::kDatagram;
+    }
+    const Poco::Timespan remaining = timeout - Poco::Timespan(start.elapsed());
+    if (remaining <= 0 || !shared::mcSocket.poll(remaining, Poco::Net::Socket::SELECT_READ)) {
+      return Reception::kTimeout;
+    }
   }
 }
 

@@ -11,7 +11,8 @@ namespace quendal {
 /// Owns the multicast socket's life: opens it when MainTask releases it, receives one datagram at a
 /// time and hands each to the alive check, sends a heartbeat while the group is quiet, opens the socket
 /// anew at certain hours of the day, and closes it for a pause or the end. Every ten seconds it opens a socket
-/// anew that could not be bound, and tries to join a group that could not be joined.
+/// anew that could not be bound, and tries to join a group that could not be joined. What a host sends that is not
+/// in `allowedSenders` it does not know.
 ///
 /// MainTask pauses it with `mcPauseReq` and waits for `mcPaused` (docs/handshakes.md); `stopReq` or
 /// cancellation ends it. No failure ends it otherwise.
@@ -29,6 +30,7 @@ class McTask : public PausableTask {
   void awaitRetry();
   void receiveUntilPause();
   Reception receiveDatagram();
+  Reception receiveAllowed();
   void settleWhenDue();
   void sendHeartbeat();
   void handleDatagram();

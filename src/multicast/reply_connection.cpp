@@ -1,5 +1,8 @@
 #include "multicast/reply_connection.h"
 
+#include "base/platform.h"
+#include "network/network_state.h"
+
 #include <Poco/Clock.h>
 #include <Poco/Exception.h>
 #include <Poco/Net/IPAddress.h>
@@ -49,11 +52,23 @@ SocketAddress addressOf(const std::string& host, std::uint16_t port, const Poco:
   return Poco::Net::IPAddress::tryParse(host, address) ? SocketAddress(address, port) : lookUp(host, port, timeout);
 }
 
+// A display that connected to itself would take its own reply for a file from a transmitter. IPv4 addresses in the
+// clothes of IPv6 are no servers' addresses and are refused as they are.
+bool mayBeServer(const SocketAddress& address) {
+  const Poco::Net::IPAddress host = address.host();
+  const bool isDisguised = host.family() == Poco::Net::IPAddress::IPv6 && host.isIPv4Mapped();
+  return !isDisguised && !host.isWildcard() && !host.isMulticast() && !host.isBroadcast() &&
+         shared::allowedSenders.allows(host) && !platform::isOwnAddress(*address.addr());
+}
+
 }  // namespace
 
 Poco::Net::StreamSocket connectForReply(const std::string& host, std::uint16_t port, const Poco::Timespan& timeout) {
   const Poco::Clock start;
   const SocketAddress address = addressOf(host, port, timeout);
+  if (!mayBeServer(address)) {
+    throw Poco::InvalidAccessException("no host that a reply goes to", host);
+  }
   const Poco::Timespan remaining = timeout - Poco::Timespan(start.elapsed());
   if (remaining <= Poco::Timespan(0)) {
     throw Poco::TimeoutException(host);

@@ -10,6 +10,7 @@ std::string staticNetmask;
 std::string staticGateway;
 std::string staticDns;
 Flag staticIpMode = false;
+SenderList allowedSenders;
 
 Flag linkUp = false;
 Flag linkUpPrev = false;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "base/flags.h"
+#include "network/sender_list.h"
 
 #include <Poco/Net/IPAddress.h>
 #include <Poco/Net/NetworkInterface.h>
@@ -42,7 +43,8 @@ extern std::string staticIp;            // the four of a static address: start-u
 extern std::string staticNetmask;
 extern std::string staticGateway;
 extern std::string staticDns;
-extern Flag staticIpMode;  // refreshNetworkAddress
+extern Flag staticIpMode;          // refreshNetworkAddress
+extern SenderList allowedSenders;  // who is listened to: connection acceptor, McTask, replies
 
 // --- The link, as MainTask's thread sees it ---
 

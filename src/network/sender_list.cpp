@@ -39,16 +39,17 @@ std::uint32_t maskOf(unsigned prefixLength) {
 }  // namespace
 
 SenderList::Network SenderList::parseEntry(const std::string& entry) {
+  const std::string quoted = "'" + entry + "'";  // it may be empty
   const std::size_t slash = entry.find('/');
   const std::optional<Poco::Net::IPAddress> address = parseIpv4(entry.substr(0, slash));
   const std::optional<unsigned> length =
       slash == std::string::npos ? std::optional(kAddressBits) : parsePrefixLength(entry.substr(slash + 1));
   if (!address || !length) {
-    throw Poco::InvalidArgumentException("neither an IPv4 address nor a network such as 192.168.77.0/24", entry);
+    throw Poco::InvalidArgumentException("neither an IPv4 address nor a network such as 192.168.77.0/24", quoted);
   }
   const Network network{.address = numberOf(*address), .mask = maskOf(*length)};
   if ((network.address & ~network.mask) != 0) {
-    throw Poco::InvalidArgumentException("the network's address has bits set behind its prefix", entry);
+    throw Poco::InvalidArgumentException("the network's address has bits set behind its prefix", quoted);
   }
   return network;
 }

@@ -2,6 +2,7 @@
 
 #include "base/console.h"
 #include "base/platform.h"
+#include "network/network_state.h"
 #include "transfer/data_service_handler.h"
 
 #include <Poco/Logger.h>
@@ -44,11 +45,16 @@ ConnectionAcceptor::~ConnectionAcceptor() {
 
 void ConnectionAcceptor::onConnection() {
   Poco::Net::StreamSocket connection;
+  Poco::Net::SocketAddress peer;
   try {
-    connection = socket_.acceptConnection();
+    connection = socket_.acceptConnection(peer);
   } catch (const std::exception& failure) {
     logWarning("No connection can be accepted: " + console::failureText(failure));
     platform::sleepMs(kFailedAcceptWaitMs);
+    return;
+  }
+  if (!shared::allowedSenders.allows(peer.host())) {
+    logWarning("A connection from " + peer.host().toString() + ", which is no allowed sender, is closed");
     return;
   }
   if (usesReserve(connection.impl()->sockfd())) {

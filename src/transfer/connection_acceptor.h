@@ -13,6 +13,9 @@ namespace quendal {
 /// whole core and leave no descriptor for the rest of the service. So a connection that would use up the last
 /// descriptors is closed at once, which keeps a reserve for the other tasks, and an accept that fails
 /// all the same is paced. Both end by themselves when connections close.
+///
+/// A connection from a host that is not in `allowedSenders` is closed as soon as it is accepted: one warning of the
+/// application's logger, and nothing else follows from it.
 class ConnectionAcceptor {
  public:
   ConnectionAcceptor(const Poco::Net::ServerSocket& socket, DataReactor& reactor);

@@ -3,6 +3,9 @@
 #include "base/platform.h"
 #include "base/service_task.h"
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
@@ -23,6 +26,7 @@ struct Recorder {
   std::optional<Poco::Timestamp> now;
   std::string root;
   std::function<int(int)> sync;
+  in_addr_t ownAddress = 0;
 };
 
 Recorder& recorder() {
@@ -62,6 +66,7 @@ void reset() {
   recorder().now.reset();
   recorder().root.clear();
   recorder().sync = nullptr;
+  recorder().ownAddress = 0;
 }
 
 std::vector<std::string> events() {
@@ -105,6 +110,11 @@ void onSync(std::function<int(int descriptor)> sync) {
   recorder().sync = std::move(sync);
 }
 
+void setOwnAddress(const std::string& address) {
+  const std::scoped_lock lock(recorder().mutex);
+  recorder().ownAddress = ::inet_addr(address.c_str());
+}
+
 void setSystemRoot(const std::string& folder) {
   const std::scoped_lock lock(recorder().mutex);
   recorder().root = folder;
@@ -146,6 +156,12 @@ Poco::Timestamp now() {
     fake::endWithoutClock();
   }
   return *fake::recorder().now;
+}
+
+bool isOwnAddress(const sockaddr& address) {
+  const std::scoped_lock lock(fake::recorder().mutex);
+  return address.sa_family == AF_INET &&
+         reinterpret_cast<const sockaddr_in&>(address).sin_addr.s_addr == fake::recorder().ownAddress;
 }
 
 std::string systemPath(const std::string& path) {

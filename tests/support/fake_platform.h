@@ -42,6 +42,10 @@ void setNow(const Poco::Timestamp& time);
 /// event: it happens in the background.
 void onSync(std::function<int(int descriptor)> sync);
 
+/// The one IPv4 address that platform::isOwnAddress takes for the machine's own; none until set, so that servers on
+/// the loopback interface are hosts like any other.
+void setOwnAddress(const std::string& address);
+
 /// Below which folder platform::systemPath finds the system's files; unchanged paths until set.
 void setSystemRoot(const std::string& folder);
 

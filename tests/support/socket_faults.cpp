@@ -68,4 +68,12 @@ ssize_t recv(int descriptor, void* buffer, size_t size, int flags) {
   }
   return next<decltype(recv)>("recv")(descriptor, buffer, size, flags);
 }
+
+ssize_t recvfrom(int descriptor, void* buffer, size_t size, int flags, sockaddr* sender, socklen_t* length) {
+  if (receivesFail) {
+    errno = EIO;
+    return -1;
+  }
+  return next<decltype(recvfrom)>("recvfrom")(descriptor, buffer, size, flags, sender, length);
+}
 }

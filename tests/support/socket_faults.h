@@ -10,7 +10,7 @@ void failSocketCall(int number);
 /// Has that call been made?
 bool hasFailed();
 
-/// From now on every recv fails with EIO, or none.
+/// From now on every recv and recvfrom fails with EIO, or none.
 void failReceives(bool fails);
 
 }  // namespace quendal::faults

@@ -19,7 +19,7 @@ BELOW: dict[str, set[str]] = {
     "network": {"base"},
     "transfer/packet": {"base"},
     "transfer/store": {"base"},
-    "transfer": {"base", "ipc", "transfer/packet", "transfer/store"},
+    "transfer": {"base", "ipc", "network", "transfer/packet", "transfer/store"},
     "multicast": {"base", "network", "transfer/packet"},
     "video": {"base", "ipc", "network"},
     "maintenance/stick": {"base", "ipc", "transfer/packet"},
@@ -32,7 +32,7 @@ BELOW: dict[str, set[str]] = {
 # configures all of them, the link's watch pauses the network tasks, and the link is everybody's business.
 STATE_READERS: dict[str, set[str]] = {
     "base/shared_state.h": set(BELOW),
-    "network/network_state.h": {"multicast", "video", "maintenance", "app"},
+    "network/network_state.h": {"transfer", "multicast", "video", "maintenance", "app"},
     "transfer/transfer_state.h": {"maintenance", "app"},
     "transfer/store/store_state.h": {"transfer", "app"},
     "multicast/multicast_state.h": {"maintenance", "app"},

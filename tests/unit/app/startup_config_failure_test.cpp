@@ -79,6 +79,17 @@ TEST_F(StartupFailure, StoreModeThatIsNoneIsBadConfiguration) {
   }
 }
 
+TEST_F(StartupFailure, AllowedSendersThatAreNoneAreBadConfiguration) {
+  for (const std::string sender : {"", "10.0.0.0/33", "10.0.0.1 ; the office", "transmitter.example"}) {
+    folder.writeServiceIni({{"allowedSenders", "192.168.77.1, " + sender}});
+
+    EXPECT_EQ(lastWordsOfBadConfiguration(),
+              "Invalid argument: Tessane Param.allowedSenders: neither an IPv4 address nor a network such as "
+              "192.168.77.0/24: '" +
+                  sender + "'");
+  }
+}
+
 TEST_F(StartupFailure, CommentBehindANumberBelongsToIt) {
   folder.writeServiceIni({{"lcdDataPort", "4000 ; the usual"}});
 

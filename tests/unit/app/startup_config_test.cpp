@@ -164,6 +164,15 @@ TEST_F(StartupConfig, TransfersAreStagedWhenTheKeySaysSo) {
   }
 }
 
+TEST_F(StartupConfig, SendersAreEverybodyUntilTheKeyNamesThem) {
+  EXPECT_EQ(load({}), 0);
+  EXPECT_TRUE(shared::allowedSenders.allows(Poco::Net::IPAddress("10.1.2.4")));
+
+  EXPECT_EQ(load({{"allowedSenders", "192.168.77.0/24, 10.1.2.3"}}), 0);
+  EXPECT_TRUE(shared::allowedSenders.allows(Poco::Net::IPAddress("10.1.2.3")));
+  EXPECT_FALSE(shared::allowedSenders.allows(Poco::Net::IPAddress("10.1.2.4")));
+}
+
 TEST_F(StartupConfig, GroupThatIsNoAddressStaysTheWildcard) {
   EXPECT_EQ(load({{"lcdMcastIp", "abc"}}), 0);
 

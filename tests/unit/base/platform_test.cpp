@@ -4,7 +4,10 @@
 #include "base/service_task.h"
 #include "support/temporary_folder.h"
 
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -22,6 +25,43 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds kSoon{5};
+
+bool isOwn(const std::string& host) {
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  if (::inet_pton(AF_INET, host.c_str(), &address.sin_addr) == 1) {
+    return platform::isOwnAddress(reinterpret_cast<const sockaddr&>(address));
+  }
+  sockaddr_in6 other{};
+  other.sin6_family = AF_INET6;
+  EXPECT_EQ(::inet_pton(AF_INET6, host.c_str(), &other.sin6_addr), 1) << host;
+  return platform::isOwnAddress(reinterpret_cast<const sockaddr&>(other));
+}
+
+TEST(OwnAddress, TheWholeLoopbackNetworkIsOne) {
+  for (const char* host : {"127.0.0.1", "127.1.2.3", "127.255.255.255"}) {
+    EXPECT_TRUE(isOwn(host)) << host;
+  }
+}
+
+// Networks for documents are nobody's.
+TEST(OwnAddress, OtherHostsAreNone) {
+  for (const char* host : {"192.0.2.1", "203.0.113.255", "2001:db8::1"}) {
+    EXPECT_FALSE(isOwn(host)) << host;
+  }
+}
+
+TEST(OwnAddress, WhatTheSystemDoesNotTellIsTakenForOne) {
+  rlimit before{};
+  getrlimit(RLIMIT_NOFILE, &before);
+  const rlimit none{0, before.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+
+  const bool isOwnAddress = isOwn("192.0.2.1");
+
+  setrlimit(RLIMIT_NOFILE, &before);
+  EXPECT_TRUE(isOwnAddress);
+}
 
 TEST(RunShell, ReturnsTheWaitStatus) {
   EXPECT_EQ(platform::runShell("exit 0"), 0);

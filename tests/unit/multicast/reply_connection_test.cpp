@@ -1,5 +1,7 @@
 #include "multicast/reply_connection.h"
 
+#include "network/network_state.h"
+#include "support/fake_platform.h"
 #include "support/loopback.h"
 #include "support/no_threads.h"
 #include "support/reply_server.h"
@@ -59,6 +61,32 @@ TEST(ReplyConnection, NameThatNoThreadCanLookUpIsNoHost) {
 
   EXPECT_THROW(connectForReply("localhost", server.port(), kPatience), Poco::SystemException);
   EXPECT_NO_THROW(connectForReply("127.0.0.1", server.port(), kPatience)) << "an address needs none";
+}
+
+TEST(ReplyConnection, HostThatIsTheDisplayItselfIsNoServer) {
+  const ReplyServer server;
+  fake::setOwnAddress("127.0.0.1");
+
+  EXPECT_THROW(connectForReply("127.0.0.1", server.port(), kPatience), Poco::InvalidAccessException);
+  EXPECT_THROW(connectForReply("localhost", server.port(), kPatience), Poco::InvalidAccessException);
+}
+
+TEST(ReplyConnection, AddressOfNoSingleHostIsNoServer) {
+  for (const char* host : {"0.0.0.0", "::", "255.255.255.255", "224.0.0.1", "239.255.77.1", "ff02::1",
+                           "::ffff:127.0.0.1", "::ffff:10.0.0.1"}) {
+    EXPECT_THROW(connectForReply(host, 1, kPatience), Poco::InvalidAccessException) << host;
+  }
+}
+
+TEST(ReplyConnection, HostThatIsNoAllowedSenderIsNoServer) {
+  const ReplyServer server;
+  shared::allowedSenders = SenderList::parse("10.0.0.0/8");
+
+  EXPECT_THROW(connectForReply("127.0.0.1", server.port(), kPatience), Poco::InvalidAccessException);
+  EXPECT_THROW(connectForReply("localhost", server.port(), kPatience), Poco::InvalidAccessException);
+
+  shared::allowedSenders = SenderList::parse("10.0.0.0/8, 127.0.0.1");
+  EXPECT_NO_THROW(connectForReply("127.0.0.1", server.port(), kPatience));
 }
 
 // A listener whose backlog is full lets further connections hang, as a host that swallows packets does.

@@ -1,5 +1,6 @@
 #include "transfer/connection_acceptor.h"
 
+#include "network/network_state.h"
 #include "support/error_stream_capture.h"
 #include "support/fake_platform.h"
 #include "support/loopback.h"
@@ -55,6 +56,26 @@ class Acceptor : public testing::Test {
   ConnectionAcceptor acceptor{server, reactor};
   rlimit before{};
 };
+
+TEST_F(Acceptor, ConnectionFromElsewhereIsClosedWithAWarningAndGetsNoHandler) {
+  shared::allowedSenders = SenderList::parse("10.0.0.0/8");
+  StreamSocket refused = connect();
+
+  accept();
+
+  EXPECT_TRUE(isClosedByPeer(refused));
+  EXPECT_TRUE(capture.text().ends_with("A connection from 127.0.0.1, which is no allowed sender, is closed\n"))
+      << capture.text();
+}
+
+TEST_F(Acceptor, ConnectionFromAnAllowedSenderGetsItsHandler) {
+  shared::allowedSenders = SenderList::parse("10.0.0.0/8, 127.0.0.1");
+  const StreamSocket allowed = connect();
+
+  accept();
+
+  EXPECT_EQ(capture.text().find("no allowed sender"), std::string::npos) << capture.text();
+}
 
 TEST_F(Acceptor, GivesEachConnectionItsHandler) {
   const StreamSocket one = connect();
