@@ -14,6 +14,7 @@
 #include "multicast/temporary_data.h"
 #include "transfer/packet/lcd_packet.h"
 
+#include <Poco/Clock.h>
 #include <Poco/Net/StreamSocket.h>
 #include <Poco/TemporaryFile.h>
 #include <Poco/Timespan.h>
@@ -60,8 +61,11 @@ void rememberReply() {
 }
 
 // One connection for one reply. A server that cannot be reached gets no reply, no message and no
-// multicast instead; the next request tries it again at once.
+// multicast instead; the next request tries it again at once. So it is with a connection beyond the rations.
 void replyByTcp(LcdPacketRecord& reply) {
+  if (!shared::replyAttempts.admit(shared::mcSender, Poco::Clock())) {
+    return;
+  }
   try {
     Poco::Net::StreamSocket socket =
         connectForReply(shared::tcpServerIp, static_cast<std::uint16_t>(shared::dataPortValue),

@@ -159,6 +159,7 @@ McTask::Reception McTask::receiveAllowed() {
     if (shared::allowedSenders.allows(sender.host())) {
       std::copy_n(received.begin(), length, shared::mcRxBuffer.begin());
       lastLength_ = length;
+      shared::mcSender = sender.host();
       return Reception::kDatagram;
     }
     const Poco::Timespan remaining = timeout - Poco::Timespan(start.elapsed());

@@ -10,6 +10,7 @@ std::int32_t mcRstHrFactor = 4;
 bool mcReplyByTcp = false;
 std::uint32_t dataPortValue = 0;
 std::string tcpServerIp;
+AttemptLimit replyAttempts;
 
 Poco::Net::MulticastSocket mcSocket;
 const Poco::Net::SocketAddress* mcBindAddress = nullptr;
@@ -22,6 +23,7 @@ Poco::DateTime* startDateTime = nullptr;
 Poco::DateTime cycleDateTime{Poco::Timestamp(0)};
 std::int32_t lastRelaunchHour = -1;
 
+Poco::Net::IPAddress mcSender;
 LcdPacketRecord mcRxRecord;
 LcdPacketRecord mcReplyRecord;
 std::array<std::byte, 1000> mcRxBuffer{};

@@ -6,6 +6,7 @@
 
 #include "base/flags.h"
 #include "base/pause_handshake.h"
+#include "multicast/attempt_limit.h"
 #include "transfer/packet/lcd_packet_record.h"
 
 #include <Poco/DateTime.h>
@@ -33,6 +34,7 @@ extern std::int32_t mcRstHrFactor;  // hours
 extern bool mcReplyByTcp;
 extern std::uint32_t dataPortValue;  // becomes the port of the transmitter's server
 extern std::string tcpServerIp;      // becomes the address of the transmitter's server
+extern AttemptLimit replyAttempts;   // how many there have been
 
 // --- The socket: McTask's; closed by MainTask as well once McTask reports paused ---
 
@@ -54,6 +56,7 @@ extern std::int32_t lastRelaunchHour;
 
 // --- Packets ---
 
+extern Poco::Net::IPAddress mcSender;  // who has sent the last datagram
 extern LcdPacketRecord mcRxRecord;
 extern LcdPacketRecord mcReplyRecord;
 extern std::array<std::byte, 1000> mcRxBuffer;

@@ -1,5 +1,6 @@
 """Transmitters' servers that are not there, do not answer, or do not read."""
 
+import socket
 import time
 
 import pytest
@@ -10,6 +11,7 @@ from support import multicast
 from support.multicast import Transmitter
 
 CONNECT_SECONDS = 5
+SYN = 2
 
 
 def closed_port(pc):
@@ -29,6 +31,34 @@ def test_port_where_nobody_listens_costs_nothing_and_the_next_request_gets_its_r
     assert transmitter.take_reply()[0] == multicast.reply_bytes(display.board, words=(5, 6))
     assert time.monotonic() - began < multicast.REPLY_INTERVAL
     assert multicast.text_since(display, mark) == ""
+
+
+def connections_begun(raw, port, seconds):
+    """How many connections to a port of the PC are begun in that time; raw sees each packet with its headers."""
+    count = 0
+    deadline = time.monotonic() + seconds
+    while (left := deadline - time.monotonic()) > 0:
+        raw.settimeout(left)
+        try:
+            data = raw.recv(200)
+        except TimeoutError:
+            break
+        tcp = data[(data[0] & 15) * 4:]
+        count += int.from_bytes(tcp[2:4], "big") == port and tcp[13] == SYN
+    return count
+
+
+def test_one_sender_has_the_display_connect_twice_a_second_and_no_more(display, transmitter):
+    seconds = 4
+    port = closed_port(transmitter.pc)
+    with transmitter.pc.socket(socket.SOCK_RAW, protocol=socket.IPPROTO_TCP) as raw:
+        for number in range(400):
+            transmitter.ask(port=port, words=(number, 1))
+
+        begun = connections_begun(raw, port, seconds)
+
+    assert 2 <= begun <= 2 * (seconds + 1)
+    multicast.assert_replies(display, transmitter)
 
 
 def test_server_that_appears_later_gets_its_reply_without_another_request(display, transmitter):
