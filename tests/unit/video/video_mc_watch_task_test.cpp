@@ -2,8 +2,6 @@
 
 #include "base/shared_state.h"
 #include "network/network_state.h"
-#include "support/error_stream_capture.h"
-#include "support/failing_lock.h"
 #include "support/fake_platform.h"
 #include "support/semaphore_set.h"
 #include "video/video_state.h"
@@ -173,23 +171,6 @@ TEST_F(VideoWatch, SwitchedOffItAsksForNoCapture) {
   watchFor(5, [](int second) { shared::linkUp = second < 3; });
 
   EXPECT_FALSE(shared::videoCaptureReopenReq);
-}
-
-// Of all that a second does, only the breaking of the capture's loop can throw.
-TEST_F(VideoWatch, AnExceptionWithinASecondIsReportedAndTheNextSecondIsWatched) {
-  const ErrorStreamCapture errors;
-
-  watchFor(3, [](int second) {
-    shared::videoPacketCount += 10;
-    shared::videoCaptureReopenReq = second == 2;
-    if (second == 2) {
-      fake::failNextLock();
-    }
-  });
-
-  EXPECT_EQ(errors.text(), "\nVideoMcWatchTask: Exception Met!\nException Message:Resource deadlock avoided");
-  EXPECT_EQ(shared::videoPacketCount, 30U);
-  EXPECT_EQ(shared::videoPacketsPerSecond, 10U);
 }
 
 TEST_F(VideoWatch, EndsWithTheStopFlag) {
