@@ -52,6 +52,20 @@ def test_want_of_memory_ends_the_service_in_order_or_not_at_all(quendal, library
     assert not bad, bad
 
 
+@pytest.mark.long(60)
+def test_thread_that_cannot_be_created_at_the_start_is_status_70_with_a_line(quendal, library):
+    with Sweep(quendal, library) as sweep:
+        try:
+            found = [case for case in cases.only(sweep.count(), ["pthread_create"]) if case.in_start]
+        except SandboxUnavailable as error:
+            pytest.skip(str(error))
+        results = [result for result in sweep.results(found) if result.reached]
+
+    assert results
+    assert {result.seen.status for result in results} == {70}
+    assert all("annot start thread" in result.seen.text for result in results), [each.line() for each in results]
+
+
 def names_of(binary, *options):
     """The symbols that a binary needs from others or has for them."""
     listed = subprocess.run(["nm", "--dynamic", *options, binary], check=True, capture_output=True, text=True).stdout

@@ -40,7 +40,7 @@ class CheckIncludes(unittest.TestCase):
             ("app/quendal_app.h", "maintenance/task.cpp"),
             ("ipc/table.h", "base/shared_state.h"),
             ("network/setup.h", "ipc/table.cpp"),
-            ("network/setup.h", "transfer/task.cpp"),
+            ("network/setup.h", "transfer/packet/codec.cpp"),
             ("transfer/task.h", "multicast/task.cpp"),
             ("transfer/task.h", "transfer/packet/lcd_packet.cpp"),
             ("maintenance/task.h", "network/setup.cpp"),

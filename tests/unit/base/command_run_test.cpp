@@ -59,6 +59,14 @@ class CommandRunTest : public testing::Test {
 
   pid_t pidIn(const std::string& name) const { return std::stoi(readFile(folder.path() + "/" + name)); }
 
+  // Before the next look, which would come after 200 ms? A busy machine may take that long once or twice.
+  bool endIsSeenAtOnce(const std::string& command) {
+    return eventually([&] {
+      EXPECT_EQ(run(command, kPatient), 3 * 256);
+      return took < milliseconds(190);
+    });
+  }
+
   // A zombie counts as alive: nobody has asked for it.
   static bool isAlive(pid_t pid) { return ::kill(pid, 0) == 0; }
 
@@ -71,9 +79,8 @@ class CommandRunTest : public testing::Test {
 };
 
 TEST_F(CommandRunTest, OneThatEndsIsSeenAtOnceAndSaysNothing) {
-  EXPECT_EQ(run("sleep 0.03; exit 3", kPatient), 3 * 256);
+  EXPECT_TRUE(endIsSeenAtOnce("sleep 0.03; exit 3"));
 
-  EXPECT_LT(took, milliseconds(190)) << "the next look would have been at 200";
   EXPECT_EQ(errors.text(), "");
   EXPECT_FALSE(hasChildren());
 }
@@ -222,13 +229,11 @@ TEST_F(CommandRunTest, WithoutADescriptorForItTheEndIsSeenAllTheSame) {
   const rlimit none{static_cast<rlim_t>(next), before.rlim_max};
   ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
 
-  const int status = run("exit 3", kShort);
-  const milliseconds quick = took;
+  const bool isSeenAtOnce = endIsSeenAtOnce("exit 3");
   const int ended = run("exec sleep 1000", kShort);
 
   setrlimit(RLIMIT_NOFILE, &before);
-  EXPECT_EQ(status, 3 * 256);
-  EXPECT_LT(quick, milliseconds(190));
+  EXPECT_TRUE(isSeenAtOnce);
   EXPECT_EQ(ended, SIGTERM);
 }
 

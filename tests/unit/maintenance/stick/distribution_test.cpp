@@ -198,19 +198,14 @@ TEST_F(Distribution, NameThatLeadsOutIsAFormatErrorOfTheWholeList) {
   EXPECT_FALSE(inTarget("x.zip"));
 }
 
-TEST_F(Distribution, MissingKeyLeavesWithAnException) {
-  board.write("/data/home/sda1/KVCFG/1.2.3/KVFILE_XFER_INSTRU.spt", "[other]\nfileList = a#0#x.zip\n");
-
+TEST_F(Distribution, ListThatCannotBeReadOrLacksItsKeyLeavesWithAnException) {
+  const std::string list = "/data/home/sda1/KVCFG/1.2.3/KVFILE_XFER_INSTRU.spt";
+  board.write(list, "[other]\nfileList = a#0#x.zip\n");
   EXPECT_THROW(distribute(), Poco::NotFoundException);
 
-  EXPECT_EQ(errors.text(), "");
-}
-
-TEST_F(Distribution, ListThatIsNoPlainFileLeavesWithAnException) {
-  board.makeFolder("/data/home/sda1/KVCFG/1.2.3/KVFILE_XFER_INSTRU.spt");
-
+  std::filesystem::remove(board.at(list));
+  board.makeFolder(list);
   EXPECT_THROW(distribute(), Poco::OpenFileException);
-
   EXPECT_EQ(errors.text(), "");
   EXPECT_EQ(posts(), "000");
 }
