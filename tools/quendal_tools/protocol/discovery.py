@@ -8,21 +8,20 @@
 
 import collections
 import dataclasses
-import fcntl
 import random
-import re
 import selectors
 import socket
-import struct
+import sys
 import time
 from collections.abc import Callable, Iterator
 
 from quendal_tools.configuration.example import GROUP, GROUP_PORT
-from quendal_tools.protocol import alive, packet
+from quendal_tools.protocol import alive, packet, systems
 from quendal_tools.protocol.reply_server import Delivery, ReplyServer
 
 _MAX_DATAGRAM = 1000
-_SIOCGIFADDR = 0x8915
+# Windows binds no socket to a group's address.
+_CAN_BIND_GROUP = sys.platform != "win32"
 
 
 @dataclasses.dataclass(frozen=True)
@@ -73,7 +72,8 @@ class Discovery:
         self._listener = make_socket(socket.SOCK_STREAM)
         self._selector = selectors.DefaultSelector()
         try:
-            self.address = _address_of(interface, self._datagrams) if interface else self._routed_address(make_socket)
+            self.address = (systems.address_of(interface, self._datagrams) if interface
+                            else self._routed_address(make_socket))
             self._join(ttl)
             self._listener.bind((self.address, server_port))
             self._server = ReplyServer(self._listener, self._selector)
@@ -132,7 +132,7 @@ class Discovery:
         self._datagrams.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
         self._datagrams.setsockopt(socket.IPPROTO_IP, socket.IP_MULTICAST_IF, interface)
         self._datagrams.setsockopt(socket.IPPROTO_IP, socket.IP_MULTICAST_TTL, ttl)
-        self._datagrams.bind(self._group)
+        self._datagrams.bind(self._group if _CAN_BIND_GROUP else ("", self._group[1]))
         self._datagrams.setsockopt(socket.IPPROTO_IP, socket.IP_ADD_MEMBERSHIP, group + interface)
         self._selector.register(self._datagrams, selectors.EVENT_READ, _take_datagram)
 
@@ -155,14 +155,3 @@ def _take_datagram(datagrams: socket.socket) -> list[Heartbeat]:
     """One's own requests come back, too; they are no heartbeats."""
     datagram, (source, _) = datagrams.recvfrom(_MAX_DATAGRAM)
     return [Heartbeat(source)] if alive.is_heartbeat(datagram) else []
-
-
-def _address_of(interface: str, any_socket: socket.socket) -> str:
-    """The IPv4 address of an interface that is named, or given by that address already."""
-    if re.fullmatch(r"[0-9.]+", interface):
-        return interface
-    question = struct.pack("16s240x", interface.encode()[:15])
-    try:
-        return socket.inet_ntoa(fcntl.ioctl(any_socket, _SIOCGIFADDR, question)[20:24])
-    except OSError as error:
-        raise OSError(error.errno, f"interface {interface}: {error.strerror}") from None

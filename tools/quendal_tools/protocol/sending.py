@@ -1,40 +1,41 @@
 """Sends files to a display over TCP, as the transmitter on the PC does."""
 
-import fcntl
 import os
 import pathlib
 import socket
-import struct
-import termios
 import time
 from collections.abc import Callable, Iterable, Sequence
+from typing import Generic, TypeVar
 
-from quendal_tools.protocol import packet
+from quendal_tools.protocol import packet, systems
 from quendal_tools.protocol.control_files import DONT_CARE_LIST_FILE, LIST_FILE, STOP_MARKER, list_text
+from quendal_tools.protocol.patient import PatientConnection
 
 # Called with a file's name, its bytes sent so far and its size.
 Progress = Callable[[str, int, int], None]
 
 _PIECE = 1 << 20
 
+Connection = TypeVar("Connection", socket.socket, PatientConnection)
+
 
 def ignore_progress(name: str, sent: int, size: int) -> None:
     """The progress callback of those who do not want to know."""
 
 
-class Transmitter:
-    """One connection to a display; connect is a function that gives a connected socket.
+class Transmitter(Generic[Connection]):
+    """One connection to a display; connect is a function that gives a connected socket, plain or patient.
 
     Between the with statement's start and its end there is a connection.
     """
 
-    connection: socket.socket
+    connection: Connection
 
-    def __init__(self, connect: Callable[[], socket.socket], progress: Progress = ignore_progress) -> None:
-        self._connect = connect
+    def __init__(self, connect: Callable[[], Connection], progress: Progress = ignore_progress) -> None:
+        self._connect: Callable[[], Connection] = connect
         self._progress = progress
 
-    def __enter__(self) -> "Transmitter":
+    def __enter__(self) -> "Transmitter[Connection]":
         self.connection = self._connect()
         return self
 
@@ -72,7 +73,8 @@ class Transmitter:
 
     def await_acknowledged(self) -> None:
         """Waits until the display's system has all that was sent, so that the time taken means something."""
-        while struct.unpack("i", fcntl.ioctl(self.connection, termios.TIOCOUTQ, bytes(4)))[0]:
+        plain = self.connection.socket if isinstance(self.connection, PatientConnection) else self.connection
+        while systems.unacknowledged(plain):
             time.sleep(0.001)
 
     def send_transfer(self, paths: Sequence[str | pathlib.Path], dont_care: bool = False) -> None:
