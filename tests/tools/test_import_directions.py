@@ -8,15 +8,16 @@ import pytest
 from python_tree import ROOT, python_files
 
 PACKAGE = "tools/quendal_tools"
-FOR_A_PC = {"configuration", "protocol", "stick", "commands"}
+FOR_A_PC = {"configuration", "protocol", "distribution", "stick", "commands"}
 RIG = {"board", "sandbox", "emulator", "power_cuts", "demo"}
 
 # The rooms of the package that each place may use beside itself; a place that is not here may use none.
 MAY_USE: dict[str, set[str]] = {
     f"{PACKAGE}/configuration": set(),
     f"{PACKAGE}/protocol": {"configuration"},
+    f"{PACKAGE}/distribution": {"configuration", "protocol"},
     f"{PACKAGE}/stick": {"configuration", "protocol"},
-    f"{PACKAGE}/commands": {"configuration", "protocol", "stick"},
+    f"{PACKAGE}/commands": {"configuration", "protocol", "distribution", "stick"},
     f"{PACKAGE}/board": {"configuration"},
     f"{PACKAGE}/sandbox": {"configuration", "board"},
     f"{PACKAGE}/emulator": {"configuration", "board", "stick"},

@@ -10,9 +10,10 @@ from collections.abc import Iterator
 from rich.console import Console
 from rich.live import Live
 
+from quendal_tools.commands import options
 from quendal_tools.commands.found_displays import FoundDisplays
 from quendal_tools.commands.subcommands import Subcommands
-from quendal_tools.configuration.example import GROUP, GROUP_PORT
+from quendal_tools.configuration.example import GROUP_PORT
 from quendal_tools.protocol.discovery import Discovery, Event, Refused, Replied
 
 _DESCRIPTION = """\
@@ -26,38 +27,21 @@ display has replied, else 1.
 _SECONDS_BETWEEN_ROUNDS = 60
 
 
-def _number(text: str) -> int:
-    if not text.isascii() or not text.isdecimal() or int(text) > 0xFFFF:
-        raise argparse.ArgumentTypeError(f"not a number from 0 to 65535: {text}")
-    return int(text)
-
-
-def _positive(text: str) -> float:
-    seconds = float(text)
-    if not 0 < seconds < float("inf"):
-        raise argparse.ArgumentTypeError(f"not a time above 0: {text}")
-    return seconds
-
-
 def add_to(commands: Subcommands) -> None:
     discover = commands.add_parser("discover", help="find the displays on the network", description=_DESCRIPTION,
                                    formatter_class=argparse.RawDescriptionHelpFormatter)
     for name in ("group", "column", "unit"):
-        discover.add_argument(f"--{name}", type=_number, default=0, metavar="N",
+        discover.add_argument(f"--{name}", type=options.number, default=0, metavar="N",
                               help=f"ask only displays of this {name} number (0: of any)")
-    discover.add_argument("--seconds", type=_positive, default=7.0, metavar="S", help="how long (%(default)g)")
-    discover.add_argument("--every", type=_positive, default=2.0, metavar="S",
+    discover.add_argument("--seconds", type=options.positive, default=7.0, metavar="S", help="how long (%(default)g)")
+    discover.add_argument("--every", type=options.positive, default=2.0, metavar="S",
                           help="ask again every so many seconds (%(default)g)")
     discover.add_argument("--watch", action="store_true",
                           help="go on until Ctrl-C: mark heartbeats, and ask again once in a minute")
     discover.add_argument("--json", action="store_true", help="print one JSON object for each event instead")
-    discover.add_argument("--address", default=GROUP, help="multicast group, lcdMcastIp (%(default)s)")
-    discover.add_argument("--port", type=_number, default=GROUP_PORT, help="its port, lcdMcastPort (%(default)s)")
-    discover.add_argument("--interface", metavar="NAME|ADDRESS",
-                          help="the interface towards the displays, instead of the routing table's choice")
-    discover.add_argument("--server-port", type=_number, default=0, metavar="PORT",
-                          help="TCP port for the replies (any free one)")
-    discover.add_argument("--ttl", type=_number, default=1, help="routers that a request may pass, plus 1 (1)")
+    discover.add_argument("--port", type=options.number, default=GROUP_PORT,
+                          help="the group's port, lcdMcastPort (%(default)s)")
+    options.add_network(discover)
     discover.set_defaults(run=run)
 
 

@@ -1,5 +1,6 @@
 """A connection on which no wait is blind: whoever uses it is told of each, and can end it."""
 
+import errno
 import os
 import selectors
 import socket
@@ -12,6 +13,8 @@ from typing import BinaryIO
 Waiting = Callable[[float], None]
 
 _SLICE = 0.25
+# Windows has a number of its own for a connect that goes on.
+_UNDER_WAY = {errno.EINPROGRESS, errno.EWOULDBLOCK, getattr(errno, "WSAEWOULDBLOCK", errno.EWOULDBLOCK)}
 _PIECE = 1 << 18
 
 
@@ -20,7 +23,7 @@ def wait_blindly(seconds: float) -> None:
 
 
 class PatientConnection:
-    """Takes over a connected socket, and closes it. last_moved is when the display last took something."""
+    """Takes over a socket, connected or not, and closes it. last_moved is when the display last took something."""
 
     def __init__(self, connection: socket.socket, waiting: Waiting = wait_blindly) -> None:
         self.socket = connection
@@ -33,6 +36,17 @@ class PatientConnection:
     def close(self) -> None:
         self._selector.close()
         self.socket.close()
+
+    def connect(self, address: tuple[str, int], seconds: float) -> None:
+        """Connects, or raises what the system says; TimeoutError when it says nothing."""
+        error = self.socket.connect_ex(address)
+        if error in _UNDER_WAY:
+            if not self._await(selectors.EVENT_WRITE, seconds):
+                raise TimeoutError(errno.ETIMEDOUT, os.strerror(errno.ETIMEDOUT))
+            error = self.socket.getsockopt(socket.SOL_SOCKET, socket.SO_ERROR)
+        if error:
+            raise OSError(error, os.strerror(error))
+        self.last_moved = time.monotonic()
 
     def sendall(self, data: bytes) -> None:
         view = memoryview(data)

@@ -6,6 +6,7 @@ it read no further; then it resets the connection, since something is left. The 
 packet that is a header alone, of which a display takes no notice, behind the last file.
 """
 
+import errno
 import socket
 import time
 
@@ -50,8 +51,8 @@ def why(error: OSError, quiet_seconds: float) -> str:
     """What a broken connection means, on which nothing had moved for so long, as words for a person."""
     if isinstance(error, ConnectionRefusedError):
         return "nobody listens on the port: the service does not run, or its link is down"
-    if isinstance(error, TimeoutError):
-        return "no answer: switched off, or not on this network"
+    if isinstance(error, TimeoutError) or error.errno in (errno.EHOSTUNREACH, errno.ENETUNREACH, errno.EHOSTDOWN):
+        return "no answer: switched off, unplugged, or not on this network"
     if not isinstance(error, ConnectionResetError | BrokenPipeError | ConnectionAbortedError):
         return (error.strerror or str(error)).lower()
     if quiet_seconds >= _LATE:

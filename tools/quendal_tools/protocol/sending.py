@@ -5,7 +5,7 @@ import pathlib
 import socket
 import time
 from collections.abc import Callable, Iterable, Sequence
-from typing import Generic, TypeVar
+from typing import BinaryIO, Generic, TypeVar
 
 from quendal_tools.protocol import packet, systems
 from quendal_tools.protocol.control_files import DONT_CARE_LIST_FILE, LIST_FILE, STOP_MARKER, list_text
@@ -17,6 +17,10 @@ Progress = Callable[[str, int, int], None]
 _PIECE = 1 << 20
 
 Connection = TypeVar("Connection", socket.socket, PatientConnection)
+
+
+class SourceError(OSError):
+    """A file of this machine cannot be sent; the display has nothing to do with it."""
 
 
 def ignore_progress(name: str, sent: int, size: int) -> None:
@@ -51,7 +55,7 @@ class Transmitter(Generic[Connection]):
     def send_file(self, path: str | pathlib.Path, name: str | None = None) -> None:
         """Sends a file of this machine piece by piece, however large it is."""
         name = name or pathlib.Path(path).name
-        with open(path, "rb") as file:
+        with _opened(path) as file:
             size = os.fstat(file.fileno()).st_size
             self._progress(name, 0, size)
             self.connection.sendall(packet.file_head(name, size))
@@ -59,7 +63,7 @@ class Transmitter(Generic[Connection]):
             while sent < size:
                 count = self.connection.sendfile(file, sent, min(_PIECE, size - sent))
                 if count == 0:
-                    raise OSError(f"{path} has become shorter while it was sent")
+                    raise SourceError(f"{path} has become shorter while it was sent")
                 sent += count
                 self._progress(name, sent, size)
 
@@ -73,8 +77,7 @@ class Transmitter(Generic[Connection]):
 
     def await_acknowledged(self) -> None:
         """Waits until the display's system has all that was sent, so that the time taken means something."""
-        plain = self.connection.socket if isinstance(self.connection, PatientConnection) else self.connection
-        while systems.unacknowledged(plain):
+        while systems.unacknowledged(_plain(self.connection)):
             time.sleep(0.001)
 
     def send_transfer(self, paths: Sequence[str | pathlib.Path], dont_care: bool = False) -> None:
@@ -83,3 +86,14 @@ class Transmitter(Generic[Connection]):
         for path in paths:
             self.send_file(path)
         self.end()
+
+
+def _plain(connection: socket.socket | PatientConnection) -> socket.socket:
+    return connection.socket if isinstance(connection, PatientConnection) else connection
+
+
+def _opened(path: str | pathlib.Path) -> BinaryIO:
+    try:
+        return open(path, "rb")
+    except OSError as error:
+        raise SourceError(f"{path} cannot be read: {error.strerror or error}") from error
