@@ -10,7 +10,7 @@ from rich.progress_bar import ProgressBar
 from rich.table import Table
 from rich.text import Text
 
-from quendal_tools.commands import texts
+from quendal_tools.distribution import texts
 from quendal_tools.distribution.delivery import FINAL, Delivery, State
 from quendal_tools.distribution.run import Distribution, Run
 
@@ -72,9 +72,7 @@ def recent(run: Run, seconds: float = 5.0) -> tuple[int, float]:
 
 
 def sum_of(run: Run) -> str:
-    text = f"{run.count(State.STORED)} of {texts.displays(len(run.deliveries))} stored"
-    failed = run.count(State.FAILED)
-    return f"{text}, {failed} failed" if failed else text
+    return texts.sum_of(run.count(State.STORED), len(run.deliveries), run.count(State.FAILED))
 
 
 def _time_to_go(run: Run, left: int) -> str:

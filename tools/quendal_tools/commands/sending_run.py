@@ -11,9 +11,9 @@ from rich.console import Console
 from rich.table import Table
 from rich.text import Text
 
-from quendal_tools.commands import send_screen, texts
+from quendal_tools.commands import send_screen
 from quendal_tools.configuration.example import ADDRESS, DATA_PORT
-from quendal_tools.distribution import finding, package, plan, run_file, selection
+from quendal_tools.distribution import finding, package, plan, run_file, selection, texts
 from quendal_tools.distribution.delivery import NOT_FOUND, Manner, State
 from quendal_tools.distribution.run import Distribution, Run
 from quendal_tools.distribution.selection import Selection, Target
@@ -132,8 +132,8 @@ def _tell(console: Console, work: Sequence[Work]) -> int:
         for file in sent.files:
             console.print(Text(f"  {texts.printable(file.name)}  {texts.size(file.size)}"), soft_wrap=True)
         there = sum(target.address is not None for target in targets)
-        console.print(f"{len(sent.files)} files, {texts.size(sent.size)} to {texts.displays(there)}; nothing was sent.",
-                      soft_wrap=True)
+        console.print(f"{texts.files(len(sent.files))}, {texts.size(sent.size)} to {texts.displays(there)}; "
+                      "nothing was sent.", soft_wrap=True)
     return 1 if missing else 0
 
 
@@ -187,6 +187,6 @@ def _last_words(run: Run) -> Iterator[Text]:
             yield Text(f"{delivery.target.label}{address} {delivery.state}{tries}: "
                        f"{texts.printable(delivery.reason or '')}", style="red")
     bytes_sent = run.sent
-    yield Text(f"{send_screen.sum_of(run)}: {len(run.package.files)} files, {texts.size(run.package.size)} each, in "
-               f"{run.seconds:.1f} s; {texts.rate(bytes_sent, run.seconds)} on the line",
+    yield Text(f"{send_screen.sum_of(run)}: {texts.files(len(run.package.files))}, {texts.size(run.package.size)} "
+               f"each, in {run.seconds:.1f} s; {texts.rate(bytes_sent, run.seconds)} on the line",
                style="green" if run.all_stored else "red")

@@ -29,3 +29,13 @@ def displays(count: int) -> str:
 def printable(text: str) -> str:
     """What displays, sticks and files call themselves is anybody's: none of it may speak to the terminal."""
     return "".join(character if character.isprintable() else "?" for character in text)
+
+
+def files(count: int) -> str:
+    return "1 file" if count == 1 else f"{count} files"
+
+
+def sum_of(stored: int, everybody: int, failed: int) -> str:
+    """How a run stands."""
+    text = f"{stored} of {displays(everybody)} stored"
+    return f"{text}, {failed} failed" if failed else text
