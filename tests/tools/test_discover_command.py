@@ -2,9 +2,11 @@
 
 import json
 import pathlib
+import re
 import signal
 import subprocess
 import sys
+import time
 
 import pytest
 
@@ -40,7 +42,17 @@ def test_replies_come_as_a_table_and_a_sentence(start, display):
     assert (process.returncode, errors) == (0, "")
     row = next(line for line in output.splitlines() if "192.168.0.20" in line)
     assert "192.168.0.20 (from 127.0.0.1) │ 00:11:22:33:44:55 │" in row
-    assert output.splitlines()[-1].startswith("1 display replied, the last after ")
+    assert re.fullmatch(r"1 display replied, the farthest 0\.[0-9]{2} ms away\.", output.splitlines()[-1])
+
+
+def test_the_milliseconds_are_the_networks_however_late_the_reply_comes(start, display):
+    process = start("--json", "--seconds", "3", "--every", "9")
+    request = display.hear()
+    time.sleep(1)
+    display.send(request, reply_to(request))
+
+    event = json.loads(process.stdout.readline())
+    assert 0 < event["milliseconds"] < 500
 
 
 def test_events_come_as_one_json_object_a_line(start, display):

@@ -1,5 +1,7 @@
 """What is kept of the displays that were heard of."""
 
+import pytest
+
 from quendal_tools.commands.found_displays import FoundDisplays
 from quendal_tools.protocol.alive import Descriptor
 from quendal_tools.protocol.discovery import Heartbeat, Replied
@@ -7,9 +9,9 @@ from quendal_tools.protocol.discovery import Heartbeat, Replied
 HARDWARE_ADDRESS = "00:11:22:33:44:55"
 
 
-def replied(source, numbers, seconds=0.5):
+def replied(source, numbers, seconds=0.5, round_trip=None):
     group, column, unit = numbers
-    return Replied(source, Descriptor(group, column, unit, source, HARDWARE_ADDRESS), seconds)
+    return Replied(source, Descriptor(group, column, unit, source, HARDWARE_ADDRESS), seconds, round_trip)
 
 
 def test_displays_are_sorted_by_their_numbers_and_those_only_heard_stand_apart():
@@ -31,13 +33,14 @@ def test_numbers_that_two_displays_go_by_are_noticed():
     assert found.shared_numbers() == {(1, 2, 3)}
 
 
-def test_a_later_reply_brings_new_numbers_and_keeps_the_time():
+def test_a_later_reply_brings_new_numbers_and_the_shortest_round_trip_is_kept():
     found = FoundDisplays()
-    found.note(replied("192.168.0.20", (1, 2, 3), 0.5))
-    entry, first = found.note(replied("192.168.0.20", (9, 9, 9), 6.5))
+    found.note(replied("192.168.0.20", (1, 2, 3), round_trip=0.002))
+    found.note(replied("192.168.0.20", (1, 2, 3), round_trip=0.001))
+    entry, first = found.note(replied("192.168.0.20", (9, 9, 9), round_trip=0.003))
 
     assert not first
-    assert (entry.numbers(), entry.seconds) == ((9, 9, 9), 0.5)
+    assert (entry.numbers(), entry.network) == ((9, 9, 9), 0.001)
 
 
 def test_heartbeats_are_counted_by_where_they_come_from():
@@ -47,3 +50,10 @@ def test_heartbeats_are_counted_by_where_they_come_from():
         entry, first = found.note(Heartbeat(source))
 
     assert (entry.source, entry.heartbeats, first) == ("192.168.0.20", 2, False)
+
+
+@pytest.mark.parametrize(("seconds", "round_trip", "network"), [
+    (2.0208, 0.0004, 0.0004), (0.003, 0.0004, 0.0004), (0.003, None, 0.003), (2.0208, None, None),
+])
+def test_a_reply_that_has_waited_for_the_limit_says_nothing_about_the_network(seconds, round_trip, network):
+    assert replied("192.168.0.20", (1, 2, 3), seconds, round_trip).network_seconds == network

@@ -14,14 +14,15 @@ from quendal_tools.commands import options
 from quendal_tools.commands.found_displays import FoundDisplays
 from quendal_tools.commands.subcommands import Subcommands
 from quendal_tools.configuration.example import GROUP_PORT
+from quendal_tools.distribution import texts
 from quendal_tools.protocol.discovery import Discovery, Event, Refused, Replied
 
 _DESCRIPTION = """\
 Asks the displays on the network who they are, and shows a table of those that reply.
 
 A display replies once in 6 seconds, so one that has just replied to somebody else, or has just been started,
-replies to a later request only. Displays with the same numbers are shown in yellow. Ends with status 0 when a
-display has replied, else 1.
+replies to a later request only; the milliseconds are the network's, there and back, without that wait. Displays
+with the same numbers are shown in yellow. Ends with status 0 when a display has replied, else 1.
 """
 # Heartbeats need a network on which nobody asks.
 _SECONDS_BETWEEN_ROUNDS = 60
@@ -78,8 +79,12 @@ def _print_json(events: Iterator[Event], found: FoundDisplays, _: argparse.Names
 def _plain(event: Event) -> dict[str, object]:
     fields: dict[str, object] = {"event": type(event).__name__.lower(), "source": event.source}
     if isinstance(event, Replied):
-        return {**fields, **vars(event.descriptor), "milliseconds": round(event.seconds * 1000, 3)}
+        return {**fields, **vars(event.descriptor), "milliseconds": _milliseconds(event)}
     return {**fields, "reason": event.reason} if isinstance(event, Refused) else fields
+
+
+def _milliseconds(event: Replied) -> float | None:
+    return None if event.network_seconds is None else round(event.network_seconds * 1000, 3)
 
 
 def _show_table(events: Iterator[Event], found: FoundDisplays, given: argparse.Namespace) -> None:
@@ -100,9 +105,10 @@ def _summary(found: FoundDisplays) -> str:
     replied = found.replied()
     if not replied:
         return "[red]No display has replied.[/red]"
-    worst = max(display.seconds for display in replied)
-    count = "1 display" if len(replied) == 1 else f"{len(replied)} displays"
-    text = f"[bold green]{count} replied[/bold green], the last after {worst * 1000:.0f} ms."
+    text = f"[bold green]{texts.displays(len(replied))} replied[/bold green]"
+    if known := [display.network for display in replied if display.network is not None]:
+        text += f", the farthest {max(known) * 1000:.2f} ms away"
+    text += "."
     if found.shared_numbers():
         text += " [yellow]Some have the same numbers.[/yellow]"
     return text

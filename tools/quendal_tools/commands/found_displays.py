@@ -16,11 +16,11 @@ _SILENT_AFTER = 30
 
 @dataclasses.dataclass
 class FoundDisplay:
-    """descriptor is the newest, None while only heartbeats came; seconds is the first reply's time."""
+    """descriptor is the newest, None while only heartbeats came; network is the shortest way there and back."""
 
     source: str
     descriptor: Descriptor | None = None
-    seconds: float = 0.0
+    network: float | None = None
     heartbeats: int = 0
     last_heard: float = 0.0
 
@@ -43,8 +43,8 @@ class FoundDisplays:
             return found, False
         first = found.descriptor is None
         found.descriptor = event.descriptor
-        if first:
-            found.seconds = event.seconds
+        known = [seconds for seconds in (found.network, event.network_seconds) if seconds is not None]
+        found.network = min(known, default=None)
         return found, first
 
     def replied(self) -> list[FoundDisplay]:
@@ -61,7 +61,7 @@ class FoundDisplays:
 
     def table(self, watched: bool = False) -> Table:
         """The displays as a table; when watched, with their heartbeats."""
-        columns = ["group", "column", "unit", "address", "hardware address", "replied after"]
+        columns = ["group", "column", "unit", "address", "hardware address", "round trip"]
         table = Table(*columns, *(["heartbeats", "last heard"] if watched else []))
         for column in (*table.columns[:3], *table.columns[5:]):
             column.justify = "right"
@@ -78,7 +78,11 @@ def _cells(found: FoundDisplay) -> list[str]:
     if not who:
         return ["-", "-", "-", found.source, "-", "-"]
     address = who.address if who.address == found.source else f"{who.address} (from {found.source})"
-    return [*map(str, found.numbers()), address, who.hardware_address or "unknown", f"{found.seconds * 1000:.1f} ms"]
+    return [*map(str, found.numbers()), address, who.hardware_address or "unknown", _milliseconds(found)]
+
+
+def _milliseconds(found: FoundDisplay) -> str:
+    return "-" if found.network is None else f"{found.network * 1000:.2f} ms"
 
 
 def _watch_cells(found: FoundDisplay) -> list[str | Text]:

@@ -6,13 +6,13 @@ import signal
 import sys
 from collections.abc import Sequence
 
-from quendal_tools.commands import discover, report, send, stick
+from quendal_tools.commands import discover, report, send, stick, watch
 
 
 def make_parser() -> argparse.ArgumentParser:
     parser = argparse.ArgumentParser(prog="transmitter", description=__doc__)
     commands = parser.add_subparsers(dest="command", required=True, metavar="COMMAND")
-    for command in (send, report, discover, stick):
+    for command in (send, report, discover, watch, stick):
         command.add_to(commands)
     return parser
 

@@ -20,17 +20,29 @@ from quendal_tools.protocol import alive, packet, systems
 from quendal_tools.protocol.reply_server import Delivery, ReplyServer
 
 _MAX_DATAGRAM = 1000
+_AT_ONCE_SECONDS = 0.5
 # Windows binds no socket to a group's address.
 _CAN_BIND_GROUP = sys.platform != "win32"
 
 
 @dataclasses.dataclass(frozen=True)
 class Replied:
-    """seconds is the time from the request's datagram to the reply's last byte."""
+    """seconds is the time from the request's datagram to the reply's last byte.
+
+    A display replies once in 6 seconds, and looks at its last datagram again each second, so that time may be
+    seconds on the fastest network; round_trip is the network's own, None where the system does not tell it.
+    """
 
     source: str
     descriptor: alive.Descriptor
     seconds: float
+    round_trip: float | None = None
+
+    @property
+    def network_seconds(self) -> float | None:
+        """The best that is known of the network: a reply that came at once has not waited for anything else."""
+        at_once = self.seconds if self.seconds < _AT_ONCE_SECONDS else None
+        return at_once if self.round_trip is None else self.round_trip
 
 
 @dataclasses.dataclass(frozen=True)
@@ -148,7 +160,8 @@ class Discovery:
         session, number = reply.words
         if session != self._session or number >= len(self._asked_at):
             return Refused(delivery.source, "a reply to another request")
-        return Replied(delivery.source, reply.descriptor, delivery.last_byte - self._asked_at[number])
+        return Replied(delivery.source, reply.descriptor, delivery.last_byte - self._asked_at[number],
+                       delivery.round_trip)
 
 
 def _take_datagram(datagrams: socket.socket) -> list[Heartbeat]:

@@ -6,6 +6,7 @@ import selectors
 import socket
 import time
 
+from quendal_tools.protocol import systems
 from quendal_tools.protocol.alive import MAX_REPLY
 
 _SECONDS_FOR_REPLY = 5
@@ -21,6 +22,7 @@ class Delivery:
     data: bytearray = dataclasses.field(default_factory=bytearray)
     last_byte: float = 0.0
     problem: str | None = None
+    round_trip: float | None = None
 
 
 class ReplyServer:
@@ -55,7 +57,8 @@ class ReplyServer:
 
     def _admit(self, connection: socket.socket, peer: tuple[str, int]) -> None:
         connection.setblocking(False)
-        self._open[connection] = Delivery(peer[0], time.monotonic() + _SECONDS_FOR_REPLY)
+        self._open[connection] = Delivery(
+            peer[0], time.monotonic() + _SECONDS_FOR_REPLY, round_trip=systems.round_trip(connection))
         self._selector.register(connection, selectors.EVENT_READ, self.take)
 
     def _read(self, connection: socket.socket) -> list[Delivery]:
