@@ -88,9 +88,45 @@ def test_nothing_that_is_there_is_overwritten(tmp_path, files):
     image.write_bytes(b"precious")
     with pytest.raises(StickError, match="is there already"):
         media.new_image(image, 8)
-    with pytest.raises(StickError, match="is there already"):
+    with pytest.raises(StickError, match="is not empty, there is Layout1.zip"):
         media.new_folder(files[0].parent)
+    with pytest.raises(StickError, match="is there already"):
+        media.new_folder(image)
     assert image.read_bytes() == b"precious"
+
+
+def test_what_systems_leave_on_a_stick_is_passed_over(tmp_path, files):
+    for name in ("System Volume Information", "$RECYCLE.BIN", ".Trash-1000", ".Spotlight-V100"):
+        (tmp_path / "stick" / name).mkdir(parents=True)
+    (tmp_path / "stick/System Volume Information/WPSettings.dat").write_bytes(b"w")
+    (tmp_path / "stick/desktop.ini").write_bytes(b"d")
+    stick = media.new_folder(tmp_path / "stick")
+    prepare.write(stick, [Configuration(OWN, files)])
+
+    assert foresee(stick, OWN).copied == ["FileList.sys", "Layout1.zip", "clip.ts"]
+    assert (tmp_path / "stick/System Volume Information/WPSettings.dat").read_bytes() == b"w"
+
+
+@pytest.mark.parametrize(("start", "name"), [
+    (b"\xeb\x76\x90EXFAT   ", "exFAT"), (b"\xeb\x52\x90NTFS    ", "NTFS"),
+])
+def test_an_image_that_a_display_cannot_mount_is_told_by_its_kind(tmp_path, start, name):
+    image = tmp_path / "stick.img"
+    image.write_bytes(start.ljust(510, b"\0") + b"\x55\xaa" + bytes(4096))
+
+    with pytest.raises(StickError, match=f"is formatted as {name}; a display serves FAT only"):
+        media.existing(image)
+
+
+def test_a_partition_that_a_display_cannot_mount_is_told(tmp_path):
+    image = tmp_path / "stick.img"
+    media.new_image(image, 8)
+    content = bytearray(image.read_bytes())
+    content[446 + 4] = 0x07
+    image.write_bytes(content)
+
+    with pytest.raises(StickError, match="is formatted as exFAT or NTFS"):
+        media.existing(image)
 
 
 @pytest.mark.parametrize("content", [b"", b"\0" * 4096, b"x" * 511 + b"\x55\xaa"])
@@ -115,6 +151,19 @@ def test_the_command_prepares_and_checks(tmp_path, files):
     assert made.stdout.startswith(f"{image} is prepared.\n")
     assert checked.returncode == 0, checked.stderr
     assert "  - copies FileList.sys, Layout1.zip, clip.ts to its target directory\n" in checked.stdout
+
+
+@pytest.mark.parametrize(("own", "status"), [("1.2.3", 0), ("1.9.3", 3)])
+def test_a_check_says_by_its_status_whether_anything_would_be_copied(tmp_path, files, own, status):
+    run_transmitter("prepare", tmp_path / "stick", "--for", "1.2.0", *files)
+
+    assert run_transmitter("check", tmp_path / "stick", own).returncode == status
+
+
+def test_a_stick_that_is_only_asked_for_logs_copies_nothing_to_the_display(tmp_path):
+    run_transmitter("prepare", tmp_path / "stick", "--logs")
+
+    assert run_transmitter("check", tmp_path / "stick", "1.2.3").returncode == 3
 
 
 def test_an_image_that_is_too_small_is_not_left_behind(tmp_path, files):

@@ -22,7 +22,13 @@ Prepares a technician's stick in an empty folder, or as an image of a FAT drive 
 Each --for makes a folder for the displays with these numbers, 0 standing for any: --for 1.2.0 clip.ts is for
 all units of column 2 in group 1. A display takes the folder that fits it best.
 """
-_CHECK = "Says what a display would do with a stick: a folder, a mounted drive, or an image of a FAT drive."
+_CHECK = """\
+Says what a display would do with a stick: a folder, a mounted drive, or an image of a FAT drive.
+
+Ends with status 0 when files would be copied to the display, 3 when none would (also when it is only asked for its
+logs or for a backup), and 1 when that is no stick that a display serves.
+"""
+_NOTHING_COPIED = 3
 _EXPORTS = {
     "logs": ("KVLOG", "the display's logs; the stick is released then, and nothing else on it is served"),
     "backup": ("KVBAK", "a copy of the display's whole application"),
@@ -48,7 +54,8 @@ def add_to(commands: Subcommands) -> None:
 def _add_prepare(actions: Subcommands) -> argparse.ArgumentParser:
     parser = actions.add_parser("prepare", help="prepare a folder or an image", description=_PREPARE,
                                 formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("stick", type=pathlib.Path, metavar="STICK", help="an empty folder, or a new NAME.img")
+    parser.add_argument("stick", type=pathlib.Path, metavar="STICK",
+                        help="an empty folder, such as a stick's own, or a new NAME.img")
     parser.add_argument("--for", dest="configurations", action="append", nargs="+", default=[],
                         metavar=("G.C.U", "FILE"), help="display numbers and the files for them (may be repeated)")
     mode = parser.add_mutually_exclusive_group()
@@ -65,7 +72,8 @@ def _add_prepare(actions: Subcommands) -> argparse.ArgumentParser:
 
 
 def _add_check(actions: Subcommands) -> argparse.ArgumentParser:
-    parser = actions.add_parser("check", help="what a display would do with a stick", description=_CHECK)
+    parser = actions.add_parser("check", help="what a display would do with a stick", description=_CHECK,
+                                formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("stick", type=pathlib.Path, metavar="STICK")
     parser.add_argument("display", type=_numbers, metavar="G.C.U", help="the display's group, column and unit number")
     parser.add_argument("--raw-data", action="store_true", help="the display is set to export raw data (LOGDATA=1)")
@@ -109,4 +117,4 @@ def _run_check(given: argparse.Namespace) -> int:
     except (StickError, OSError) as error:
         sys.exit(f"transmitter: {error}")
     tell(Console(highlight=False), given.display, forecast)
-    return 0
+    return 0 if forecast.copied else _NOTHING_COPIED

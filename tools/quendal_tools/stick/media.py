@@ -6,9 +6,13 @@ up on a FAT drive.
 
 import os
 import pathlib
+import shutil
 import struct
 import subprocess
 from collections.abc import Iterable
+
+from quendal_tools.stick import file_system
+from quendal_tools.stick.file_system import StickError
 
 # mkfs.vfat stands where only root looks for programs.
 _SEARCH_PATH = "/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin"
@@ -19,12 +23,18 @@ _PARTITION_TABLE = 446
 _BOOT_MARK = b"\x55\xaa"
 _FAT_TYPES = {0x01, 0x04, 0x06, 0x0B, 0x0C, 0x0E}
 _FAT32_BY_SECTOR = 0x0C
+_EXFAT_OR_NTFS = 0x07
+# What a boot sector calls file systems that are not FAT.
+_OTHER_SYSTEMS = {b"EXFAT   ": "exFAT", b"NTFS    ": "NTFS"}
+# What Windows, macOS and Linux leave on a stick by themselves; a display takes no notice of it.
+_LEFT_BY_SYSTEMS = {
+    "system volume information", "$recycle.bin", "recycler", "found.000", "desktop.ini", "thumbs.db", "autorun.inf",
+    ".trashes", ".spotlight-v100", ".fseventsd", ".ds_store", "lost+found"}
+_TRASH = ".trash-"
 
 Path = str | pathlib.Path
 
-
-class StickError(Exception):
-    """What is wrong with a stick, as a sentence."""
+__all__ = ["StickError"]
 
 
 class FolderStick:
@@ -49,7 +59,8 @@ class FolderStick:
 
     def add(self, folder: str, files: Iterable[pathlib.Path]) -> None:
         """Copies files of this machine, given by absolute paths, into a folder of the stick."""
-        _run("cp", *files, self._path / folder)
+        for file in files:
+            shutil.copyfile(file, self._path / folder / file.name)
 
 
 class ImageStick:
@@ -91,6 +102,7 @@ Stick = FolderStick | ImageStick
 def existing(path: Path) -> Stick:
     """The stick in a folder or an image file."""
     if os.path.isdir(path):
+        file_system.require_fat(path)
         return FolderStick(path)
     if os.path.isfile(path):
         return ImageStick(path)
@@ -98,11 +110,15 @@ def existing(path: Path) -> Stick:
 
 
 def new_folder(path: Path) -> FolderStick:
-    """An empty folder to prepare; one that holds something already is left alone."""
+    """An empty folder to prepare; one that holds something already is left alone, but for what systems leave there."""
     path = pathlib.Path(path)
-    if path.exists() and (not path.is_dir() or any(path.iterdir())):
+    if path.exists() and not path.is_dir():
         raise StickError(f"{path} is there already; a stick is prepared in an empty folder")
     path.mkdir(parents=True, exist_ok=True)
+    in_the_way = sorted(entry.name for entry in path.iterdir() if not is_left_by_systems(entry.name))
+    if in_the_way:
+        raise StickError(f"{path} is not empty, there is {in_the_way[0]}; a stick is prepared in an empty folder")
+    file_system.require_fat(path)
     return FolderStick(path)
 
 
@@ -118,6 +134,10 @@ def new_image(path: Path, mebibytes: int, partitioned: bool = True) -> ImageStic
         raise StickError(f"{path} is there already") from None
     _run("mkfs.vfat", "-n", "STICK", "--offset", str(start // _SECTOR), path, str(mebibytes * 1024))
     return ImageStick(path)
+
+
+def is_left_by_systems(name: str) -> bool:
+    return name.lower() in _LEFT_BY_SYSTEMS or name.lower().startswith(_TRASH)
 
 
 def find(stick: Stick, path: str) -> tuple[str | None, bool]:
@@ -145,9 +165,17 @@ def _file_system_offset(path: Path) -> int:
         start = file.read(_SECTOR)
     if start[-2:] != _BOOT_MARK or len(start) != _SECTOR:
         raise StickError(f"{path} is no image of a FAT drive")
+    _refuse_other_systems(path, start)
     _, _, kind, _, first, sectors = _PARTITION_ENTRY.unpack_from(start, _PARTITION_TABLE)
     holds_file_system = start[0] in (0xEB, 0xE9)
+    if kind == _EXFAT_OR_NTFS and sectors and not holds_file_system:
+        raise StickError(f"{path} is formatted as exFAT or NTFS; a display serves FAT only")
     return first * _SECTOR if kind in _FAT_TYPES and sectors and not holds_file_system else 0
+
+
+def _refuse_other_systems(path: Path, boot_sector: bytes) -> None:
+    if name := _OTHER_SYSTEMS.get(boot_sector[3:11]):
+        raise StickError(f"{path} is formatted as {name}; a display serves FAT only")
 
 
 def _run(*words: Path, content: bytes = b"") -> bytes:
