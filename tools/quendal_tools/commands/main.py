@@ -6,13 +6,13 @@ import signal
 import sys
 from collections.abc import Sequence
 
-from quendal_tools.commands import discover, report, send, stick, watch
+from quendal_tools.commands import completion, discover, report, send, stick, watch
 
 
 def make_parser() -> argparse.ArgumentParser:
     parser = argparse.ArgumentParser(prog="transmitter", description=__doc__)
     commands = parser.add_subparsers(dest="command", required=True, metavar="COMMAND")
-    for command in (send, report, discover, watch, stick):
+    for command in (send, report, discover, watch, stick, completion):
         command.add_to(commands)
     return parser
 
@@ -24,6 +24,7 @@ def main(words: Sequence[str] | None = None) -> int:
     # Options that come from elsewhere stand before those of the command line, which win.
     at = words.index(given.command) + 1
     given.parse_again = lambda more: parser.parse_args([*words[:at], *more, *words[at:]])
+    given.parser = parser
     signal.signal(signal.SIGTERM, signal.default_int_handler)
     try:
         return given.run(given)

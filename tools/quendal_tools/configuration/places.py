@@ -1,10 +1,12 @@
-"""Where the parts of this source tree lie."""
+"""Where the parts of this source tree lie, or of the package that is installed from it."""
 
 import pathlib
 import re
 
-TOOLS = pathlib.Path(__file__).resolve().parents[2]
-EXAMPLE = TOOLS / "example"
+_PACKAGE = pathlib.Path(__file__).resolve().parents[1]
+TOOLS = _PACKAGE.parent
+# An installed package has the example inside.
+EXAMPLE = _PACKAGE / "example" if (_PACKAGE / "example").is_dir() else TOOLS / "example"
 BUILD = TOOLS.parent / "build"
 
 
