@@ -163,3 +163,16 @@ def test_two_dozen_files_of_a_transfer_that_fails_in_the_middle_give_none(shared
     with pytest.raises(Lost):
         transmit(shared_rig, *files, list_file=True, marker=True)
     assert shared_rig.stored("file12.bin") is None
+
+
+def test_a_staged_transfer_is_confirmed_when_it_is_in_place_and_not_when_it_is_thrown_away(make_rig):
+    rig = make_rig(ini={"storeMode": "staged"})
+    rig.await_open()
+
+    transmit(rig, ("a.bin", b"old"), list_file=True, marker=True)
+    assert rig.stored("a.bin") == b"old"
+    mark = rig.service.mark()
+    with pytest.raises(Lost, match=NOT_STORED):
+        transmit(rig, ("a.bin", b"new"), ("nowhere/b.bin", b"b"), list_file=True, marker=True)
+    rig.await_open(mark)
+    assert rig.stored("a.bin") == b"old"

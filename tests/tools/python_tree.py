@@ -7,7 +7,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 
 def python_files(root):
     """All of it, as (path below the root, text)."""
-    for top in ("tools", "tests", "bench"):
+    for top in ("tools", "tests", "bench", "docs"):
         for path in sorted((root / top).rglob("*")):
             if path.is_file() and _is_python(path):
                 yield path.relative_to(root).as_posix(), path.read_text(encoding="utf-8")
