@@ -1,5 +1,6 @@
 """A package for several real displays at once, by the command line that a person uses."""
 
+import contextlib
 import hashlib
 import json
 import re
@@ -70,7 +71,7 @@ def sums(package):
     return {path.name: [hashlib.sha256(path.read_bytes()).hexdigest()] for path in package.iterdir()}
 
 
-pytestmark = pytest.mark.xdist_group("desk")
+pytestmark = [pytest.mark.xdist_group("desk"), pytest.mark.long(140)]
 
 
 def test_everybody_who_is_meant_gets_it_and_nobody_else(desk, package):
@@ -110,6 +111,34 @@ def test_a_display_that_is_full_one_that_is_frozen_and_two_that_are_away_are_nam
     assert [display["address"] for display in desk.run["displays"]] == [*ADDRESSES[1:3], "192.168.77.99", None]
     assert desk.states() == ["stored", "stored", "failed", "failed"]
     assert desk.holds(1, "big.bin") == desk.holds(3, "big.bin") == sums(package)["big.bin"]
+
+
+def test_a_display_that_was_away_and_is_back_is_found_again_and_the_others_are_left_alone(desk, package):
+    desk.boards[3].cable(up=False)
+    try:
+        assert desk.send("--to", "1/1/1,1/1/4", "--tries", "1", package).returncode == 1
+        assert desk.states() == ["stored", "failed"]
+        assert desk.run["displays"][1]["address"] is None
+    finally:
+        mark = desk.services[3].mark()
+        desk.boards[3].cable(up=True)
+    # It may have noticed that its link was gone, or not yet.
+    with contextlib.suppress(TimeoutError):
+        desk.services[3].wait_for(console.OPEN, timeout=20, after=mark)
+    marks = [service.mark() for service in desk.services]
+
+    assert desk.send("--again", desk.run_file, "--seconds", "15").returncode == 0
+    assert [(display["address"], display["state"]) for display in desk.run["displays"]] == [(ADDRESSES[3], "stored")]
+    assert desk.holds(3, "file0.bin") == sums(package)["file0.bin"]
+    assert "FileList.sys" not in desk.services[0].stderr_text()[marks[0]:]
+
+
+def test_a_display_is_restarted_at_the_end_of_a_transfer(desk, package):
+    (package / "reboot.cfg").write_bytes(b"")
+
+    assert desk.send("--to", ADDRESSES[1], package).returncode == 0
+    assert desk.boards[1].commands()[-1][1] == "sudo systemctl reboot -i"
+    assert desk.holds(1, "file2.bin") == sums(package)["file2.bin"]
 
 
 def test_sends_in_a_row_all_arrive(desk, tmp_path):

@@ -3,7 +3,7 @@
 import pytest
 
 from quendal_tools.configuration.identity import Numbers
-from quendal_tools.distribution.selection import SelectionError, Target, parse, resolve
+from quendal_tools.distribution.selection import SelectionError, Target, naming, parse, refreshed, resolve
 
 FOUND = [Target(f"192.168.0.{number}", Numbers(*numbers)) for number, numbers in enumerate(
     [(1, 2, 3), (1, 10, 1), (2, 1, 1), (1, 2, 1), (1, 2, 1)], 20)]
@@ -54,3 +54,22 @@ def test_a_search_may_end_early_only_when_everybody_is_named_and_there(texts, co
 def test_what_selects_nothing_is_refused(text):
     with pytest.raises(SelectionError):
         parse([text])
+
+
+def test_displays_of_an_earlier_run_are_sent_to_where_they_are_now():
+    missing = [Target("10.0.0.1", Numbers(1, 1, 1), "02:00:00:00:00:01"), Target(None, Numbers(1, 1, 2)),
+               Target("10.0.0.3", Numbers(1, 1, 3), "02:00:00:00:00:03"), Target("10.0.0.4"),
+               Target(None, Numbers(1, 1, 5))]
+    found = [Target("10.0.0.9", Numbers(1, 1, 1), "02:00:00:00:00:01"),
+             Target("10.0.0.2", Numbers(1, 1, 2), "02:00:00:00:00:02"),
+             Target("10.0.0.8", Numbers(1, 1, 3), "02:00:00:00:00:08")]
+
+    assert [target.address for target in refreshed(missing, found)] == [
+        "10.0.0.9", "10.0.0.2", "10.0.0.3", "10.0.0.4", None]
+
+
+def test_displays_are_looked_for_by_the_numbers_that_they_had():
+    selection = naming([Target("10.0.0.1", Numbers(1, 1, 1)), Target("10.0.0.4"), Target(None, Numbers(1, 1, 1))])
+
+    assert [pattern.named() for pattern in selection.patterns] == [[Numbers(1, 1, 1)]]
+    assert not naming([Target("10.0.0.4")]).needs_discovery

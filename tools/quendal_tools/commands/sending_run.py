@@ -64,7 +64,9 @@ def _work(given: argparse.Namespace, console: Console) -> list[Work]:
         given.port = given.port or past.port
         if not past.missing():
             raise SendError(f"{given.again}: every display has confirmed that it has everything")
-        return [("again", _unchanged(past.run.package), past.missing())]
+        missing = past.missing()
+        found = _find(given, console, [selection.naming(missing)])
+        return [("again", _unchanged(past.run.package), selection.refreshed(missing, found))]
     if given.plan:
         steps: Sequence[plan.Step] = _plan(given).steps
     else:
@@ -167,16 +169,15 @@ def _send(console: Console, given: argparse.Namespace, sent: package.Package, ta
 
 
 def _leave(console: Console, run: Run, port: int, path: pathlib.Path | None) -> None:
-    """The run's last words, and its file."""
-    for line in _last_words(run):
-        console.print(line, soft_wrap=True)
+    """The run's file and its last words; the file comes first, for the words may find nobody who reads them."""
     path = path or run_file.default_path(run.begin)
     try:
         run_file.write(run, port, path)
+        where = f"The run is kept in {path}"
     except OSError as error:
-        print(f"transmitter: {path}: {error.strerror or error}", file=sys.stderr)
-    else:
-        console.print(Text(f"The run is kept in {path}"), soft_wrap=True)
+        where = f"The run is not kept: {path}: {error.strerror or error}"
+    for line in (*_last_words(run), Text(where)):
+        console.print(line, soft_wrap=True)
 
 
 def _last_words(run: Run) -> Iterator[Text]:

@@ -34,7 +34,7 @@ class State(enum.StrEnum):
     CONNECTING = "connecting"
     SENDING = "sending"
     STALLED = "stalled"
-    ENDING = "ending"
+    ENDING = "confirming"
     AGAIN = "trying again"
     STORED = "stored"
     FAILED = "failed"
@@ -146,7 +146,7 @@ class Courier:
         self._enter(State.CONNECTING)
         begin = time.monotonic()
         while True:
-            connection = PatientConnection(self._manner.make_socket(), self._waiting)
+            connection = PatientConnection(self._open_socket(), self._waiting)
             try:
                 connection.connect((address, self._manner.port), _CONNECT_SECONDS)
                 systems.keep_alive(connection.socket, _KEEP_ALIVE_SECONDS)
@@ -161,6 +161,12 @@ class Courier:
                 raise
             self._waiting(time.monotonic() - begin)
             self._line.sleep(_ASK_AGAIN_SECONDS)
+
+    def _open_socket(self) -> socket.socket:
+        try:
+            return self._manner.make_socket()
+        except OSError as error:  # too many descriptors: others will have closed theirs by the next try
+            raise Lost(why(error, 0)) from error
 
     def _send(self, transmitter: Transmitter[PatientConnection]) -> None:
         self._enter(State.SENDING)

@@ -102,6 +102,28 @@ def resolve(selection: Selection, found: Sequence[Target]) -> list[Target]:
     return list(targets.values()) + [Target(None, numbers) for numbers in named if numbers not in there]
 
 
+def naming(targets: Iterable[Target]) -> Selection:
+    """The selection of displays by the numbers that they are known to have."""
+    numbers = dict.fromkeys(target.numbers for target in targets if target.numbers)
+    return Selection(patterns=tuple(Pattern(tuple((number, number) for number in each)) for each in numbers))
+
+
+def refreshed(targets: Iterable[Target], found: Sequence[Target]) -> list[Target]:
+    """The same displays where they are now: a lease may have changed, and one that was away may be back.
+
+    One that is not found keeps the address that it had.
+    """
+    by_hardware = {target.hardware_address: target for target in found if target.hardware_address}
+    by_numbers = {target.numbers: target for target in found}
+
+    def where_it_is(target: Target) -> Target:
+        if target.hardware_address:
+            return by_hardware.get(target.hardware_address, target)
+        return by_numbers.get(target.numbers, target) if target.numbers else target
+
+    return [where_it_is(target) for target in targets]
+
+
 def _pattern(word: str) -> Pattern:
     parts = word.split("/")
     if len(parts) != 3:

@@ -12,6 +12,8 @@ from typing import BinaryIO
 # ends the wait.
 Waiting = Callable[[float], None]
 
+# The one that needs no descriptor of its own, where there is a choice: connections may be hundreds.
+_SELECTOR = getattr(selectors, "PollSelector", selectors.SelectSelector)
 _SLICE = 0.25
 # Windows has a number of its own for a connect that goes on.
 _UNDER_WAY = {errno.EINPROGRESS, errno.EWOULDBLOCK, getattr(errno, "WSAEWOULDBLOCK", errno.EWOULDBLOCK)}
@@ -29,7 +31,7 @@ class PatientConnection:
         self.socket = connection
         self.last_moved = time.monotonic()
         self.waiting = waiting
-        self._selector = selectors.DefaultSelector()
+        self._selector = _SELECTOR()
         connection.setblocking(False)
         self._selector.register(connection, selectors.EVENT_READ)
 
