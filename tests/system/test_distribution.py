@@ -11,6 +11,7 @@ import pytest
 
 from quendal_tools.board import console
 from quendal_tools.board.layout import TARGET
+from quendal_tools.configuration.example import DATA_PORT
 from quendal_tools.configuration.places import TOOLS
 from quendal_tools.sandbox.fleet import Fleet
 from quendal_tools.sandbox.pc import SandboxUnavailable
@@ -30,6 +31,13 @@ class Desk:
 
     def transmit(self, *words, timeout=120):
         return self._pc.run([TOOLS / "transmitter", *words], timeout=timeout, env={"XDG_STATE_HOME": str(self.folder)})
+
+    def start(self, *words):
+        return self._pc.popen([TOOLS / "transmitter", *words])
+
+    def probe(self, address):
+        """What a health check does: connects and closes."""
+        self._pc.connect(DATA_PORT, address).close()
 
     def send(self, *words, **options):
         done = self.transmit("send", "--run-file", self.run_file, *words, **options)
@@ -133,6 +141,19 @@ def test_a_display_that_was_away_and_is_back_is_found_again_and_the_others_are_l
     assert "FileList.sys" not in desk.services[0].stderr_text()[marks[0]:]
 
 
+def test_a_port_probe_in_the_middle_costs_a_second_try_and_no_more(desk, package):
+    mark = desk.services[2].mark()
+    process = desk.start("send", "--to", ADDRESSES[2], "--run-file", desk.run_file, package)
+    desk.services[2].wait_for("fileAsciiName:kvXferStop.sys", timeout=20, after=mark)
+    desk.probe(ADDRESSES[2])
+
+    assert process.wait(60) == 0
+    display, = json.loads(desk.run_file.read_text())["displays"]
+    assert display["state"] == "stored"
+    assert len(display["attempts"]) <= 2
+    assert desk.holds(2, "file2.bin") == sums(package)["file2.bin"]
+
+
 def test_a_display_is_restarted_at_the_end_of_a_transfer(desk, package):
     (package / "reboot.cfg").write_bytes(b"")
 
@@ -200,7 +221,7 @@ def test_a_run_that_is_interrupted_leaves_its_file(desk, package, tmp_path):
     path = tmp_path / "interrupted.json"
     desk.services[0].send_signal(signal.SIGSTOP)
     try:
-        process = desk._pc.popen([TOOLS / "transmitter", "send", "--to", ADDRESSES[0], "--run-file", path, package])
+        process = desk.start("send", "--to", ADDRESSES[0], "--run-file", path, package)
         time.sleep(2)
         process.send_signal(signal.SIGINT)
         assert process.wait(10) == 1
