@@ -2,9 +2,11 @@
 
 import pathlib
 
+import hypothesis
 import pytest
+from hypothesis import strategies
 
-from quendal_tools.distribution.package import Framing, PackageError, faults, gather
+from quendal_tools.distribution.package import Framing, PackageError, faults, gather, name_fault
 
 
 def make(folder, *names):
@@ -104,3 +106,10 @@ def test_every_fault_is_told_at_once(tmp_path):
 def test_a_package_without_a_file_is_told(tmp_path):
     with pytest.raises(PackageError, match="no file to send"):
         gather([tmp_path])
+
+
+@hypothesis.given(strategies.text())
+def test_a_name_that_is_not_told_stays_inside_and_is_no_control_file(name):
+    if name_fault(name) is None:
+        assert name.isascii() and not name.startswith("/") and ".." not in name.split("/") and len(name) <= 1023
+        assert not any(marker in name for marker in ("FileList.sys", "FLDnCare.sys", "kvXferStop.sys"))

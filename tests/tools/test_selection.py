@@ -1,6 +1,10 @@
 """Which displays a selection means."""
 
+import contextlib
+
+import hypothesis
 import pytest
+from hypothesis import strategies
 
 from quendal_tools.configuration.identity import Numbers
 from quendal_tools.distribution.selection import SelectionError, Target, naming, parse, refreshed, resolve
@@ -73,3 +77,11 @@ def test_displays_are_looked_for_by_the_numbers_that_they_had():
 
     assert [pattern.named() for pattern in selection.patterns] == [[Numbers(1, 1, 1)]]
     assert not naming([Target("10.0.0.4")]).needs_discovery
+
+
+@hypothesis.given(strategies.text(alphabet="0123456789*/-,. al", max_size=30) | strategies.text())
+def test_whatever_is_typed_selects_something_or_is_refused(text):
+    with contextlib.suppress(SelectionError):
+        selection = parse([text])
+        assert selection.addresses or selection.patterns
+        resolve(selection, FOUND)

@@ -28,7 +28,7 @@ def positive(text: str) -> float:
     return seconds
 
 
-def add_network(parser: argparse.ArgumentParser) -> None:
+def add_network(parser: "argparse._ActionsContainer") -> None:
     """Where a discovery asks; the group's port has another name in each command."""
     parser.add_argument("--interface", metavar="NAME|ADDRESS",
                         help="the interface towards the displays, instead of the routing table's choice")

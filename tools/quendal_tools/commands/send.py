@@ -60,11 +60,12 @@ def _add_whom(send: argparse.ArgumentParser) -> None:
     whom.add_argument("--host", default=None, help=f"one display by name or address, without --to ({ADDRESS})")
     whom.add_argument("--port", type=options.count, default=None,
                       help=f"the displays' data port, lcdDataPort ({DATA_PORT})")
-    whom.add_argument("--seconds", type=options.positive, default=7.0, metavar="S",
-                      help="how long to look for displays (%(default)g)")
-    options.add_network(send)
-    whom.add_argument("--group-port", type=options.count, default=GROUP_PORT, metavar="PORT",
-                      help="the group's port, lcdMcastPort (%(default)s)")
+    finding = send.add_argument_group("how displays are found")
+    finding.add_argument("--seconds", type=options.positive, default=7.0, metavar="S",
+                         help="how long to look for displays (%(default)g)")
+    finding.add_argument("--group-port", type=options.count, default=GROUP_PORT, metavar="PORT",
+                         help="the group's port, lcdMcastPort (%(default)s)")
+    options.add_network(finding)
 
 
 def _add_how(send: argparse.ArgumentParser) -> None:
