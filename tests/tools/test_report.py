@@ -147,9 +147,10 @@ def _written(tmp_path):
 
 @pytest.fixture(name="run_report")
 def _run_report(tmp_path):
-    def run_report(*words):
+    def run_report(*words, **environment):
+        environment = {"COLUMNS": "150", "XDG_STATE_HOME": str(tmp_path), "LC_ALL": "C.UTF-8", **environment}
         return subprocess.run([sys.executable, TRANSMITTER, "report", *words], capture_output=True, text=True,
-                              check=False, env={"COLUMNS": "150", "XDG_STATE_HOME": str(tmp_path), "LC_ALL": "C.UTF-8"})
+                              check=False, env=environment, errors="replace")
 
     return run_report
 
@@ -160,6 +161,14 @@ def test_the_command_shows_a_table_and_ends_with_the_runs_status(run_report, wri
     assert (done.returncode, done.stderr) == (1, "")
     assert "16 of 20 displays stored, 3 failed: 1 file, 1000 bytes each, in 12.5 s" in done.stdout
     assert "no room" in done.stdout
+
+
+@pytest.mark.parametrize("encoding", ["ascii", "cp1252", "cp437"])
+def test_a_terminal_without_the_characters_gets_others(run_report, written, tmp_path, encoding):
+    path = written.rename(tmp_path / "L\u00fcbeck-\u65e5\u672c.json")
+    done = run_report(path, PYTHONIOENCODING=encoding)
+
+    assert (done.returncode, done.stderr) == (1, "")
 
 
 def test_the_command_makes_the_page(run_report, written, tmp_path):

@@ -1,6 +1,7 @@
 """The transmitter's side of a display: finds the displays, sends them files, prepares sticks for them."""
 
 import argparse
+import io
 import os
 import signal
 import sys
@@ -25,6 +26,10 @@ def main(words: Sequence[str] | None = None) -> int:
     at = words.index(given.command) + 1
     given.parse_again = lambda more: parser.parse_args([*words[:at], *more, *words[at:]])
     given.parser = parser
+    for stream in (sys.stdout, sys.stderr):
+        # A terminal that lacks a character gets another one; a file's name must not end the program.
+        if isinstance(stream, io.TextIOWrapper):
+            stream.reconfigure(errors="replace")
     signal.signal(signal.SIGTERM, signal.default_int_handler)
     try:
         return given.run(given)

@@ -36,7 +36,7 @@ def run(given: argparse.Namespace) -> int:
         path = given.run_file or run_file.newest()
         past = run_file.read(path).run
         if given.html:
-            given.html.write_text(report.html(past), encoding="utf-8")
+            given.html.write_text(report.html(past), encoding="utf-8", errors="replace")
             print(f"{given.html} shows {path}")
         else:
             _show(Console(highlight=False), path, past)
