@@ -176,3 +176,16 @@ def test_a_staged_transfer_is_confirmed_when_it_is_in_place_and_not_when_it_is_t
         transmit(rig, ("a.bin", b"new"), ("nowhere/b.bin", b"b"), list_file=True, marker=True)
     rig.await_open(mark)
     assert rig.stored("a.bin") == b"old"
+
+
+@pytest.mark.parametrize("size", [0, 1000, 500_000])
+def test_a_sender_that_is_not_listened_to_gets_none(make_rig, size):
+    """Its connection is closed as soon as it is accepted, perhaps before anything has come that could be left over."""
+    rig = make_rig(ini={"allowedSenders": "10.9.8.7"})
+    rig.await_open()
+
+    with pytest.raises((Lost, OSError)):
+        with rig.board.pc.connect(DATA_PORT) as plain, Transmitter(lambda: PatientConnection(plain)) as transmitter:
+            transmitter.send_bytes("a.bin", bytes(size))
+            await_receipt(transmitter.connection, PATIENCE)
+    assert rig.stored("a.bin") is None

@@ -57,7 +57,7 @@ def why(error: OSError, quiet_seconds: float) -> str:
         return (error.strerror or str(error)).lower()
     if quiet_seconds >= _LATE:
         return "a file could not be stored: its name is refused, its folder is missing, or the disk is full"
-    return "the display dropped the connection: another connection ended, or its link went"
+    return "the display dropped the connection: another one ended, its link went, or it does not listen to this PC"
 
 
 def _hold(connection: PatientConnection, seconds: float) -> None:
