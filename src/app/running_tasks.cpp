@@ -51,7 +51,7 @@ void insistOn(const Step& step) {
 
 // Never freed: a thread may need it for as long as the process lives.
 RunningTasks::RunningTasks() {
-  static auto* const handler = new ThreadErrorHandler;
+  static auto* handler = new ThreadErrorHandler;
   Poco::ErrorHandler::set(handler);
 }
 

@@ -78,7 +78,7 @@ def test_datagrams_from_elsewhere_do_not_put_the_heartbeat_off(listed):
     """A time-out is counted each second, whatever comes from elsewhere in between; the eleventh second has a beat."""
     with Transmitter(listed.board.pc) as transmitter, outsiders_datagrams(listed.board) as send:
         transmitter.send(packet.status_packet())
-        beats = []
+        beats: list[float] = []
         deadline = time.monotonic() + 26
         while time.monotonic() < deadline and len(beats) < 2:
             send(packet.status_packet())
