@@ -52,14 +52,14 @@ void checkEffects(const std::string& name) {
 }
 
 void checkFence(const std::string& name) {
-  static const Fence fence;
+  static const Fence kFence;
   FencedPath place;
   try {
-    place = resolveInside(fence.path(), name);
+    place = resolveInside(kFence.path(), name);
   } catch (const Poco::Exception&) {
     return;
   }
-  require(place.folder == fence.path() || place.folder.starts_with(fence.path() + "/"), "the folder is inside");
+  require(place.folder == kFence.path() || place.folder.starts_with(kFence.path() + "/"), "the folder is inside");
   require(fs::canonical(place.folder) == place.folder, "the folder is free of links");
   require(!place.leaf.empty() && place.leaf != "." && place.leaf != "..", "the leaf is a name");
   require(place.leaf.find('/') == std::string::npos && place.leaf.find('\0') == std::string::npos,

@@ -42,17 +42,17 @@ void writeFiles(const StartFolder& folder, const std::string& input) {
 
 void start(const std::string& input) {
   const fuzz::WorkingDirectory directory;
-  static const StartFolder folder;
-  std::filesystem::current_path(folder.path() + "/bin");
-  writeFiles(folder, input);
+  static const StartFolder kFolder;
+  std::filesystem::current_path(kFolder.path() + "/bin");
+  writeFiles(kFolder, input);
   fake::reset();
-  fake::setSystemRoot(folder.path());
+  fake::setSystemRoot(kFolder.path());
   shared::staticIpMode = false;
 
   const int status = loadStartupConfig();
 
   require(status == 0 || status == kExitBadStaticAddress || status == kExitBadConfiguration, "a status is documented");
-  const bool isStatic = std::filesystem::exists(folder.path() + "/Work/IPAddress.ini");
+  const bool isStatic = std::filesystem::exists(kFolder.path() + "/Work/IPAddress.ini");
   require(status != 0 || shared::staticIpMode == isStatic, "the file's existence chooses the static mode");
   require(status != 0 || shared::targetRootDir.starts_with("/"), "the target directory is absolute");
   require(status != 0 || shared::dataPortValue == shared::dataPort, "the port has one value");

@@ -98,8 +98,8 @@ std::vector<std::string> filesBelow(const std::string& folder) {
 
 // A display's folders, empty.
 const std::string& freshFolders() {
-  static const TemporaryFolder folder;
-  const std::string& root = folder.path();
+  static const TemporaryFolder kFolder;
+  const std::string& root = kFolder.path();
   for (const char* name : {"/bin", "/Target", "/Dest"}) {
     fs::remove_all(root + name);
     fs::create_directory(root + name);
@@ -158,7 +158,7 @@ void check(std::span<const std::uint8_t> input) {
 }  // namespace quendal
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static const Poco::AutoPtr<Poco::Util::Application> application = [] {
+  static const Poco::AutoPtr<Poco::Util::Application> kApplication = [] {
     quendal::ErrorStreamChannel::install();
     return new Poco::Util::Application;
   }();
