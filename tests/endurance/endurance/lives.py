@@ -13,8 +13,8 @@ from quendal_tools.board.service import Service
 from quendal_tools.board.waiting import wait_until
 from quendal_tools.protocol.control_files import LIST_FILE, STOP_MARKER
 from quendal_tools.sandbox.board import Board
-from endurance.leftovers import leftovers
 from endurance.traffic import Traffic, transfer
+from support.leftovers import leftovers
 
 STORE_MODES = ("direct", "staged")
 

@@ -5,7 +5,6 @@ Whoever talks to it does what a transmitter does: tries again until it works, or
 
 import concurrent.futures
 import contextlib
-import os
 import random
 import subprocess
 import time
@@ -19,6 +18,7 @@ from quendal_tools.sandbox.board import Board
 from fault_sweep import cases, record
 from fault_sweep.verdict import REPLIES, DEAF_SECONDS, OWN_SECONDS, STOP_SECONDS, TRANSFERS, Seen
 from support import multicast
+from support.leftovers import children_of
 from support.rig import has_ended
 
 
@@ -176,11 +176,11 @@ class Scenario:
         return temporary + [path.name for path in self._board.path(TARGET).iterdir() if path.name not in sent]
 
     def _children(self):
-        return [f"child {name}" for name in _children_of(self._service.pid).values()]
+        return [f"child {name}" for _, name in children_of(self._service.pid)]
 
     def _strays(self):
         """Processes on the board that are neither the display nor the board's own."""
-        return [f"process {name}" for pid, name in _children_of(self._board.pid).items()
+        return [f"process {name}" for pid, name in children_of(self._board.pid)
                 if pid != self._display.pid]
 
 
@@ -190,18 +190,3 @@ def _await_none(look):
     while (there := look()) and time.monotonic() < deadline:
         time.sleep(0.1)
     return there
-
-
-def _children_of(pid):
-    """The children of a process's threads, as the host sees them, with their names; dead ones that nobody has waited
-    for included."""
-    found = {}
-    try:
-        for thread in os.listdir(f"/proc/{pid}/task"):
-            with open(f"/proc/{pid}/task/{thread}/children") as file:
-                for child in file.read().split():
-                    with open(f"/proc/{child}/comm") as comm:
-                        found[int(child)] = comm.read().strip()
-    except (FileNotFoundError, ProcessLookupError):
-        pass
-    return found

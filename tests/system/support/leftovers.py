@@ -20,7 +20,11 @@ def leftovers(board: Board, display: DisplayWatch, target: str, sent: set[str]) 
 
 def children_of(pid: int) -> Iterator[tuple[int, str]]:
     """The children of a process's threads as (number, name); dead ones that nobody has waited for included."""
-    for thread in pathlib.Path(f"/proc/{pid}/task").iterdir():
+    try:
+        threads = list(pathlib.Path(f"/proc/{pid}/task").iterdir())
+    except FileNotFoundError:
+        return  # it has ended
+    for thread in threads:
         for child in _read(thread / "children").split():
             if name := _read(pathlib.Path(f"/proc/{child}/comm")).strip():
                 yield int(child), name
