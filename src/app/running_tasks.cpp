@@ -1,6 +1,7 @@
 #include "app/running_tasks.h"
 
 #include "base/console.h"
+#include "base/guard.h"
 #include "base/shared_state.h"
 #include "multicast/multicast_state.h"
 #include "transfer/transfer_state.h"
@@ -38,11 +39,8 @@ class ThreadErrorHandler : public Poco::ErrorHandler {
 template <typename Step>
 void insistOn(const Step& step) {
   for (int attempt = 0; attempt < kAttempts; ++attempt) {
-    try {
-      step();
+    if (guard("QuendalApp: Exception Met!", step)) {
       return;
-    } catch (const std::exception& failure) {
-      console::failure("QuendalApp: Exception Met!", failure);
     }
   }
 }

@@ -1,13 +1,11 @@
-// Base of the five long-running tasks: when they must stop, how they wait and what a failure does.
+// Base of the five long-running tasks: when they must stop and how they wait.
 #pragma once
 
-#include "base/console.h"
 #include "base/flags.h"
 
 #include <Poco/Task.h>
 
 #include <atomic>
-#include <exception>
 #include <string>
 
 namespace quendal {
@@ -35,19 +33,6 @@ class ServiceTask : public Poco::Task {
   /// Poco::Task::sleep is not virtual, so the tasks wait through this function; it is defined beside
   /// the rest of the seam (see platform.h).
   bool sleepMs(long milliseconds);
-
-  /// The guard at the task's edge: runs `step`, and reports an exception that escapes it under `heading`,
-  /// such as "McTask: Exception Met!". Returns whether `step` came to its end.
-  template <typename Step>
-  static bool guard(const char* heading, const Step& step) {
-    try {
-      step();
-      return true;
-    } catch (const std::exception& failure) {
-      console::failure(heading, failure);
-      return false;
-    }
-  }
 
  private:
   const Flag& stopReq_;

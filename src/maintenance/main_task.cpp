@@ -1,6 +1,7 @@
 #include "maintenance/main_task.h"
 
 #include "base/console.h"
+#include "base/guard.h"
 #include "base/shared_state.h"
 #include "maintenance/stick/duties.h"
 #include "multicast/multicast_state.h"

@@ -10,7 +10,6 @@ std::int32_t mcRstHrFactor = 4;
 bool mcReplyByTcp = false;
 std::uint32_t dataPortValue = 0;
 std::string tcpServerIp;
-AttemptLimit replyAttempts;
 
 Poco::Net::MulticastSocket mcSocket;
 const Poco::Net::SocketAddress* mcBindAddress = nullptr;
@@ -22,6 +21,8 @@ Poco::Timestamp* cycleTimestamp = nullptr;
 Poco::DateTime* startDateTime = nullptr;
 Poco::DateTime cycleDateTime{Poco::Timestamp(0)};
 std::int32_t lastRelaunchHour = -1;
+
+AttemptLimit replyAttempts;
 
 Poco::Net::IPAddress mcSender;
 LcdPacketRecord mcRxRecord;

@@ -34,7 +34,6 @@ extern std::int32_t mcRstHrFactor;  // hours
 extern bool mcReplyByTcp;
 extern std::uint32_t dataPortValue;  // becomes the port of the transmitter's server
 extern std::string tcpServerIp;      // becomes the address of the transmitter's server
-extern AttemptLimit replyAttempts;   // how many there have been
 
 // --- The socket: McTask's; closed by MainTask as well once McTask reports paused ---
 
@@ -54,9 +53,13 @@ extern Poco::DateTime* startDateTime;    // of the last alive reply
 extern Poco::DateTime cycleDateTime;     // of cycleTimestamp
 extern std::int32_t lastRelaunchHour;
 
+// --- Connections for replies, as the alive check has made them ---
+
+extern AttemptLimit replyAttempts;
+
 // --- Packets ---
 
-extern Poco::Net::IPAddress mcSender;  // who has sent the last datagram
+extern Poco::Net::IPAddress mcSender;  // who has sent the last datagram: McTask, alive check
 extern LcdPacketRecord mcRxRecord;
 extern LcdPacketRecord mcReplyRecord;
 extern std::array<std::byte, 1000> mcRxBuffer;

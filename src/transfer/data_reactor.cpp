@@ -1,6 +1,7 @@
 #include "transfer/data_reactor.h"
 
 #include "base/console.h"
+#include "base/guard.h"
 #include "base/platform.h"
 
 #include <sys/eventfd.h>
@@ -19,21 +20,10 @@ namespace {
 constexpr int kRoundMs = 250;
 // What fails at once fails again at once; this keeps it from taking a whole core.
 constexpr long kFailedRoundWaitMs = 100;
+constexpr const char* kFailureHeading = "DataReactor: Exception Met!";
 
 int descriptorOf(const Poco::Net::Socket& socket) {
   return socket.impl()->sockfd();
-}
-
-// One step that must not end the reactor.
-template <typename Step>
-bool guard(const Step& step) {
-  try {
-    step();
-    return true;
-  } catch (const std::exception& failure) {
-    console::failure("DataReactor: Exception Met!", failure);
-    return false;
-  }
 }
 
 }  // namespace
@@ -111,7 +101,7 @@ void DataReactor::serve(int descriptor) {
   if (found == clients_.end() || !found->second.onReadable) {
     return;
   }
-  if (!guard([onReadable = found->second.onReadable] { onReadable(); })) {
+  if (!guard(kFailureHeading, [onReadable = found->second.onReadable] { onReadable(); })) {
     platform::sleepMs(kFailedRoundWaitMs);
   }
 }
@@ -120,7 +110,7 @@ void DataReactor::shutDownAll() {
   while (!clients_.empty()) {
     const auto client = clients_.extract(clients_.begin());
     if (client.mapped().onShutdown) {
-      guard(client.mapped().onShutdown);
+      guard(kFailureHeading, client.mapped().onShutdown);
     }
   }
 }

@@ -1,6 +1,7 @@
 #include "transfer/data_task.h"
 
 #include "base/console.h"
+#include "base/guard.h"
 #include "base/shared_state.h"
 #include "transfer/connection_acceptor.h"
 #include "transfer/data_reactor.h"

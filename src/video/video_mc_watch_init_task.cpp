@@ -1,6 +1,7 @@
 #include "video/video_mc_watch_init_task.h"
 
 #include "base/console.h"
+#include "base/guard.h"
 #include "base/platform.h"
 #include "base/retry.h"
 #include "base/shared_state.h"

@@ -1,5 +1,6 @@
 #include "video/video_mc_watch_task.h"
 
+#include "base/guard.h"
 #include "base/shared_state.h"
 #include "ipc/semaphore_table.h"
 #include "network/network_state.h"
