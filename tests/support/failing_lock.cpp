@@ -18,7 +18,7 @@ void failNextLock() {
 }  // namespace quendal::fake
 
 // The names are the linker's.
-// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,readability-identifier-naming)
+// NOLINTBEGIN(readability-identifier-naming)
 extern "C" {
 
 int __real_pthread_mutex_lock(pthread_mutex_t* mutex);
@@ -33,4 +33,4 @@ int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex) {
 }
 
 }  // extern "C"
-// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp,readability-identifier-naming)
+// NOLINTEND(readability-identifier-naming)

@@ -4,7 +4,8 @@
 
 namespace quendal::fake {
 
-/// The next `successes` reads of the process go through, the one after them fails with `error`.
+/// The next `successes` reads of the process go through, the one after them fails with `error`; none does if
+/// `successes` is negative.
 void failRead(int successes, int error);
 
 }  // namespace quendal::fake
