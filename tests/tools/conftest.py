@@ -5,12 +5,16 @@
 
 import contextlib
 import socket
+import subprocess
+import sys
 
 import hypothesis
 import pytest
 
-from played_display import LOOPBACK, PlayedDisplay
+from played_display import GROUP, LOOPBACK, PlayedDisplay
+from python_tree import TRANSMITTER
 from quendal_tools.stick import media
+
 
 # A busy machine is no reason to fail.
 hypothesis.settings.register_profile("patient", deadline=None)
@@ -46,3 +50,21 @@ def _display(port):
     display = PlayedDisplay(port)
     with contextlib.closing(display.socket):
         yield display
+
+
+@pytest.fixture(name="start_transmitter")
+def _start_transmitter(port):
+    """Starts a command of the transmitter that speaks to the played display's group."""
+    started = []
+
+    def start(command, *options):
+        network = ["--interface", "lo", "--address", GROUP, "--port", str(port)]
+        started.append(subprocess.Popen(
+            [sys.executable, TRANSMITTER, command, *network, *options],
+            stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, env={"COLUMNS": "120", "LC_ALL": "C.UTF-8"}))
+        return started[-1]
+
+    yield start
+    for process in started:
+        process.kill()
+        process.communicate()

@@ -3,6 +3,7 @@
 import pathlib
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
+TRANSMITTER = ROOT / "tools/transmitter"
 
 
 def python_files(root):

@@ -1,11 +1,10 @@
 """A real shell completes the command line."""
 
-import pathlib
 import subprocess
 
 import pytest
 
-TRANSMITTER = pathlib.Path(__file__).resolve().parents[2] / "tools/transmitter"
+from python_tree import TRANSMITTER
 
 
 @pytest.fixture(scope="module", name="script")

@@ -1,7 +1,7 @@
 """The transmitter's discover command as scripts and people see it."""
 
+import functools
 import json
-import pathlib
 import re
 import signal
 import subprocess
@@ -10,27 +10,14 @@ import time
 
 import pytest
 
-from played_display import GROUP, reply_to
+from played_display import reply_to
+from python_tree import TRANSMITTER
 from quendal_tools.configuration.example import GROUP_PORT
-
-TRANSMITTER = pathlib.Path(__file__).resolve().parents[2] / "tools/transmitter"
 
 
 @pytest.fixture(name="start")
-def _start(port):
-    started = []
-
-    def start(*options):
-        network = ["--interface", "lo", "--address", GROUP, "--port", str(port)]
-        started.append(subprocess.Popen(
-            [sys.executable, TRANSMITTER, "discover", *network, *options],
-            stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, env={"COLUMNS": "120", "LC_ALL": "C.UTF-8"}))
-        return started[-1]
-
-    yield start
-    for process in started:
-        process.kill()
-        process.communicate()
+def _start(start_transmitter):
+    return functools.partial(start_transmitter, "discover")
 
 
 def test_replies_come_as_a_table_and_a_sentence(start, display):

@@ -11,6 +11,7 @@ import sys
 
 import pytest
 
+from python_tree import TRANSMITTER
 from quendal_tools.configuration.identity import Numbers
 from quendal_tools.distribution import plot, report, run_file
 from quendal_tools.distribution.delivery import Attempt, Delivery, State
@@ -18,7 +19,6 @@ from quendal_tools.distribution.package import Package, PackagedFile
 from quendal_tools.distribution.run import Run
 from quendal_tools.distribution.selection import Target
 
-TRANSMITTER = pathlib.Path(__file__).resolve().parents[2] / "tools/transmitter"
 BROWSERS = ("chromium-headless-shell", "chromium")
 BEGIN = 1_700_000_000.0
 HOSTILE = "<script>document.title='owned'</script>"

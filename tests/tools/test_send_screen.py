@@ -15,6 +15,7 @@ import pytest
 from rich.console import Console
 
 from played_receiver import PlayedReceiver, stalls, stores
+from python_tree import TRANSMITTER
 from quendal_tools.commands.send_screen import RunScreen
 from quendal_tools.configuration.identity import Numbers
 from quendal_tools.distribution.delivery import Attempt, Delivery, State
@@ -22,7 +23,6 @@ from quendal_tools.distribution.package import Package, PackagedFile
 from quendal_tools.distribution.run import Run
 from quendal_tools.distribution.selection import Target
 
-TRANSMITTER = pathlib.Path(__file__).resolve().parents[2] / "tools/transmitter"
 SIZE = 1_000_000
 
 

@@ -1,11 +1,11 @@
 """Sticks prepared, as a folder and as an image."""
 
-import pathlib
 import subprocess
 import sys
 
 import pytest
 
+from python_tree import TRANSMITTER
 from quendal_tools.configuration.example import LIST_NAME
 from quendal_tools.configuration.identity import Numbers
 from quendal_tools.stick import media, prepare
@@ -13,7 +13,6 @@ from quendal_tools.stick.forecast import foresee
 from quendal_tools.stick.media import StickError
 from quendal_tools.stick.prepare import Configuration
 
-TRANSMITTER = pathlib.Path(__file__).resolve().parents[2] / "tools/transmitter"
 OWN = Numbers(1, 2, 3)
 
 

@@ -1,33 +1,17 @@
 """The transmitter's watch command as scripts and people see it."""
 
+import functools
 import json
-import pathlib
 import signal
-import subprocess
-import sys
 
 import pytest
 
 from played_display import GROUP, reply_to
 
-TRANSMITTER = pathlib.Path(__file__).resolve().parents[2] / "tools/transmitter"
-
 
 @pytest.fixture(name="watch")
-def _watch(port):
-    started = []
-
-    def watch(*options):
-        network = ["--interface", "lo", "--address", GROUP, "--port", str(port)]
-        started.append(subprocess.Popen(
-            [sys.executable, TRANSMITTER, "watch", *network, *options],
-            stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, env={"COLUMNS": "120", "LC_ALL": "C.UTF-8"}))
-        return started[-1]
-
-    yield watch
-    for process in started:
-        process.kill()
-        process.communicate()
+def _watch(start_transmitter):
+    return functools.partial(start_transmitter, "watch")
 
 
 def test_changes_come_as_one_json_object_a_line(watch, display):
